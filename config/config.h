@@ -1,0 +1,91 @@
+// libconfig::Config: the suite's configuration store (Part 4.1).
+//
+// Reads one file in the "cfg" or "xml" format into a QDomDocument whose top element is tagged
+// with the file's path, and answers dotted-key lookups such as "pastrel.logger.level".
+//
+// Choices where Part 4.1 leaves room (documented in docs/configuration.md as well):
+//  - A name or raw value longer than 2047 bytes is truncated: the first 2047 bytes are kept,
+//    the rest up to its terminator is read and dropped (DESIGN.md, "Over-long cfg names").
+//  - Groups nested deeper than kMaxGroupDepth end the reading there, as a top-level "}" does:
+//    what was read so far stays, the rest of the file is ignored. No real configuration comes
+//    near the limit; it keeps the stack and the tree bounded for hostile files.
+//  - A second constructor() call releases the earlier tree (the Part leaves it unreleased;
+//    nothing can observe the difference except a leak checker).
+#pragma once
+
+#include <QDomDocument>
+#include <QDomNode>
+#include <QString>
+
+#include <fstream>
+#include <memory>
+
+class QTextStream;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+namespace libconfig {
+
+class Config {
+public:
+    // Limit of a name or raw value in bytes (Part 4.1: a 2048-byte buffer).
+    static constexpr int kMaxTokenBytes = 2047;
+    // Deepest group nesting that is read (see the header comment).
+    static constexpr int kMaxGroupDepth = 100;
+
+    Config();
+    Config(const QString& path, const QString& format);
+    ~Config();
+    Config(const Config&) = delete;
+    Config& operator=(const Config&) = delete;
+
+    void readFile(const QString& path, const QString& format);
+    void constructor(const QString& path, const QString& format);
+
+    bool openFile(const QString& path);
+    bool openFile();
+    void closeFile();
+    bool jump(char c);
+
+    void loadFile();
+    void loadFile(const QString& name, QDomNode parent);
+    void loadXmlFile();
+
+    QString lookup(const QString& key) const;
+    QString lookup(QDomNode node, const QString& key) const;
+
+    // Part 4.3: tree views and export. Defined in configview.cpp (target pastrel_configview),
+    // so that programs without a display do not link Qt Widgets.
+    QTreeWidget* newConfigListView();
+    QTreeWidget* buildConfigListView();
+    void buildConfigListView(QDomNode node, QTreeWidget* view);
+    void buildConfigListView(QDomNode node, QTreeWidgetItem* parent);
+    void loadListView(QTreeWidget* view);
+    void loadListView(QTreeWidgetItem* item, QDomDocument* document);
+    void loadListView(QTreeWidgetItem* item, QDomNode parent);
+    void buildConfigFile(const QString& path);
+    void buildConfigXmlFile(const QString& path);
+    void buildConfigFile(QDomNode node, QTextStream& out);
+    void buildConfigXmlFile(QDomNode node, QTextStream& out);
+    void printConfigTree();
+    void printConfigTree(QDomNode node);
+
+    // The tree (never null after constructor()); for the views of Part 4.3 and for tests.
+    const QDomDocument* document() const { return m_document.get(); }
+    const QString& fileName() const { return m_fileName; }
+    const QString& format() const { return m_format; }
+
+private:
+    enum class Stop { EndOfFile, CloseBrace, TooDeep };
+    // Reads the body of one group (or the top level) into element, attaching element to
+    // parent when its first setting or subgroup is read. One loop serves every level.
+    Stop readBody(QDomElement element, QDomNode parent, int depth);
+    int readByte();
+
+    QString m_fileName;                      // path as given to constructor()
+    QString m_format;                        // "cfg" or "xml" as given
+    std::ifstream m_input;                   // the "cfg" reader's binary input
+    std::unique_ptr<QDomDocument> m_document; // the tree; owned
+};
+
+} // namespace libconfig

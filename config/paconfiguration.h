@@ -1,0 +1,20 @@
+// PAConfiguration: the process-wide view of $HOME/.pastrel/conf/pastrel.conf (Part 4.2),
+// reached through SyncSingleton<PAConfiguration>::instance().
+#pragma once
+
+#include "config.h"
+
+class PAConfiguration : public libconfig::Config {
+public:
+    PAConfiguration();
+
+    // The file this process reads: the home directory (QDir::homePath(), so $HOME) +
+    // "/.pastrel/conf/pastrel.conf".
+    static QString configurationPath();
+
+    // The setting's text, or the empty text. Key and value pass through 8-bit (Latin-1) text,
+    // so characters above U+00FF come back as "?" (Part 4.2, DESIGN.md).
+    QString getStrValue(const QString& key) const;
+
+    QTreeWidget* newConfigListView();
+};

@@ -1,0 +1,101 @@
+// Part 3.1: company printer back-end.
+#include "companyprinterdriver.h"
+
+#include "controlcodes.h"
+
+#include <QTextStream>
+
+#include <initializer_list>
+
+using namespace ControlCodes;
+
+namespace {
+constexpr unsigned int kPaperWidth = 40;
+
+// A control sequence as a text of one-byte characters, written like any text (Part 3.1).
+QString sequence(std::initializer_list<char> codes) {
+    QString text;
+    for (char code : codes)
+        text += QLatin1Char(code);
+    return text;
+}
+} // namespace
+
+CompanyPrinterDriver::CompanyPrinterDriver(const QString& path, bool append)
+    : PrinterDriver(path, append) {}
+
+CompanyPrinterDriver::~CompanyPrinterDriver() = default;
+
+unsigned int CompanyPrinterDriver::getPaperWidth() {
+    return kPaperWidth;
+}
+
+void CompanyPrinterDriver::reset() {}
+
+void CompanyPrinterDriver::setBold() {}
+
+void CompanyPrinterDriver::setCharSize() {
+    // Deliberately only this: no size command (Part 3.1).
+    m_justification = QStringLiteral("left");
+}
+
+void CompanyPrinterDriver::setCharSize(int) {
+    m_justification = QStringLiteral("left");
+}
+
+void CompanyPrinterDriver::setCenterJustify() {
+    m_justification = QStringLiteral("center");
+}
+
+void CompanyPrinterDriver::fullCut() {
+    print(0, sequence({ESC, CUT}));
+}
+
+void CompanyPrinterDriver::generatePulse() {
+    print(0, sequence({RS}));
+}
+
+void CompanyPrinterDriver::openCashDrawer() {
+    print(0, sequence({ESC, DRAWER, DRAWER_PIN}));
+}
+
+void CompanyPrinterDriver::startSection() {}
+
+void CompanyPrinterDriver::endSection() {
+    // One text through one print(0, ...): centred, it gets one run of blanks (DESIGN.md).
+    QString feed(kEndFeedLines, QLatin1Char(LF));
+    feed += QLatin1Char(CR);
+    print(0, feed);
+    fullCut();
+    generatePulse();
+    if (m_openCashDrawer)
+        openCashDrawer();
+}
+
+void CompanyPrinterDriver::print(unsigned int indent, const QString& text) {
+    if (!m_stream)
+        return; // the base reported the unopenable output; nothing is written anywhere
+    const unsigned int width = getPaperWidth();
+    const unsigned int length = static_cast<unsigned int>(text.size());
+    unsigned int blanks = indent;
+    if (m_justification == QLatin1String("center"))
+        blanks = (width - length) >> 1; // unsigned, as Part 3.1 says
+    if (width < length)
+        blanks = 0; // a long line loses its indent, deliberately (Part 3.1)
+    *m_stream << QString(static_cast<int>(blanks), QLatin1Char(' ')) << text;
+}
+
+void CompanyPrinterDriver::println(unsigned int indent, const QString& text) {
+    print(indent, text);
+    if (m_stream)
+        *m_stream << QLatin1Char(LF);
+}
+
+void CompanyPrinterDriver::println(const QString& text) {
+    println(0, text);
+}
+
+void CompanyPrinterDriver::printRowFiscal(const QString&, const QString&, const QString&,
+                                          const QString&) {}
+
+void CompanyPrinterDriver::printLogo() {}

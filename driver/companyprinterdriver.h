@@ -1,0 +1,36 @@
+// CompanyPrinterDriver: the back-end for the 40-column company receipt printer (Part 3.1).
+// Turns the renderer's requests into text and control bytes on the base's output stream.
+#pragma once
+
+#include "printerdriver.h"
+
+class CompanyPrinterDriver : public PrinterDriver {
+public:
+    CompanyPrinterDriver(const QString& path, bool append);
+    ~CompanyPrinterDriver() override;
+
+    unsigned int getPaperWidth() override;
+    void reset() override;
+    void setBold() override;
+    void setCharSize() override;
+    void setCharSize(int size) override;
+    void setCenterJustify() override;
+    void fullCut() override;
+    void generatePulse() override;
+    void startSection() override;
+    void endSection() override;
+    void print(unsigned int indent, const QString& text) override;
+    void println(unsigned int indent, const QString& text) override;
+    void println(const QString& text) override;
+    void printRowFiscal(const QString& first, const QString& second, const QString& third,
+                        const QString& fourth) override;
+    using PrinterDriver::printRowFiscal;
+    void printLogo() override;
+
+    virtual void openCashDrawer();
+
+    const QString& justification() const { return m_justification; }
+
+private:
+    QString m_companyText; // Part 3.1: a text member that no operation reads
+};
