@@ -1,0 +1,38 @@
+# The front door (DESIGN.md): every target installs what is missing, configures and builds.
+#   make run       set-up, build, render every sample document of examples/
+#   make test      set-up, build, run the whole test suite
+#   make bench     set-up, build, run the benchmarks of bench/
+BUILD_DIR ?= build
+JOBS      ?= $(shell nproc)
+CMAKE_ARGS ?=
+
+# Debian packages the build, the tests and the demo need (DESIGN.md, "Dependencies").
+PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-tools \
+            qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
+
+.PHONY: all deps configure build run test bench clean
+
+all: build
+
+deps:
+	@scripts/install-deps.sh $(PACKAGES)
+
+$(BUILD_DIR)/CMakeCache.txt: | deps
+	cmake -S . -B $(BUILD_DIR) -DPASTREL_WERROR=ON $(CMAKE_ARGS)
+
+configure: $(BUILD_DIR)/CMakeCache.txt
+
+build: deps configure
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+run: build
+	@scripts/demo.sh $(BUILD_DIR)/app/pastrel-print examples
+
+test: build
+	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+
+bench: build
+	@bench/run.sh $(BUILD_DIR)/app/pastrel-print
+
+clean:
+	rm -rf $(BUILD_DIR)

@@ -1,0 +1,105 @@
+#include "testsupport.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QFile>
+#include <QProcess>
+
+#include <cstdio>
+
+namespace testsupport {
+
+std::string escaped(const QByteArray& bytes) {
+    std::string out;
+    char buffer[8];
+    for (const char c : bytes) {
+        const auto u = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            out += "\\n\n";
+        } else if (c == '\\') {
+            out += "\\\\";
+        } else if (u < 0x20 || u >= 0x7f) {
+            std::snprintf(buffer, sizeof buffer, "\\x%02x", u);
+            out += buffer;
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+::testing::AssertionResult bytesEqual(const QByteArray& expected, const QByteArray& actual) {
+    if (expected == actual)
+        return ::testing::AssertionSuccess();
+    qsizetype at = 0;
+    while (at < expected.size() && at < actual.size() && expected[at] == actual[at])
+        ++at;
+    return ::testing::AssertionFailure()
+           << "bytes differ at offset " << at << " (expected " << expected.size()
+           << " bytes, got " << actual.size() << ")\n--- expected\n"
+           << escaped(expected) << "\n--- actual\n"
+           << escaped(actual) << "\n---";
+}
+
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    return file.readAll();
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    return file.write(bytes) == bytes.size();
+}
+
+TempHome::TempHome() {
+    EXPECT_TRUE(m_dir.isValid());
+}
+
+QString TempHome::configPath() const {
+    return m_dir.filePath(QStringLiteral(".pastrel/conf/pastrel.conf"));
+}
+
+void TempHome::writeConfig(const QByteArray& text) const {
+    EXPECT_TRUE(writeFile(configPath(), text));
+}
+
+Run runProgram(const QString& program, const QStringList& arguments, const QString& home,
+               const QProcessEnvironment& extra, const QString& workDir, int timeoutMs) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (home.isEmpty())
+        environment.remove(QStringLiteral("HOME"));
+    else
+        environment.insert(QStringLiteral("HOME"), home);
+    for (const QString& key : extra.keys())
+        environment.insert(key, extra.value(key));
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(workDir.isEmpty() ? (home.isEmpty() ? QDir::tempPath() : home)
+                                                  : workDir);
+    process.start(program, arguments);
+    Run run;
+    if (!process.waitForStarted(timeoutMs))
+        return run;
+    process.closeWriteChannel();
+    run.finished = process.waitForFinished(timeoutMs);
+    if (!run.finished) {
+        process.kill();
+        process.waitForFinished();
+    }
+    run.crashed = process.exitStatus() == QProcess::CrashExit;
+    run.exitCode = process.exitCode();
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
+}
+
+QString printProgram() {
+    return QStringLiteral(PASTREL_PRINT);
+}
+
+} // namespace testsupport
