@@ -6,8 +6,9 @@
 // virtual interface through which the layout Parts drive a printer back-end (Part 3.1).
 //
 // The layout operations live in one source file per Part: printerdriver_layout.cpp (2.3),
-// printerdriver_headers.cpp (2.4, 2.5), printerdriver_orders.cpp (2.6, 2.7, 2.10, 2.11 and the
-// three full-order documents), printerdriver_report.cpp (2.8, 2.9); the element dispatch of
+// printerdriver_headers.cpp (2.4, 2.5), printerdriver_orders.cpp (2.6, 2.7, 2.10, 2.11),
+// printerdriver_fullorders.cpp (the three full-order documents left to the implementer),
+// printerdriver_report.cpp (2.8, 2.9); the element dispatch of
 // Part 2.2 is printerdriver_dispatch.cpp.
 #pragma once
 
@@ -145,5 +146,14 @@ private:
     using Layout = void (PrinterDriver::*)(const QString&, const Attributes&);
     void printAddress(const QString& address);
     void printLabelLine(const char* label, const QString& text);
+    // Shared rows of the order documents (Parts 2.6, 2.7, 2.10, 2.11).
+    static QString variantSign(const QString& quantity);
+    void printAbstractOrderRow(const Attributes& attributes);
+    void printTotalRow(const char* label, const QString& amount);
+    void printTaxSummary(const Attributes& attributes);
+    // Shared lines of the report (Part 2.8).
+    void printReportTitle(const char* title);
+    void printDottedLine(const char* label, const QString& text);
+    void printSerialsLine(const Attributes& attributes);
     Layout m_layout = nullptr; // the layout operation named by m_method (Part 2.2)
 };
