@@ -13,9 +13,12 @@
 #include <ostream>
 #include <string>
 
-// GoogleTest prints QString values as text.
+// GoogleTest prints QString values as text, and QByteArray values as a short size note.
 inline void PrintTo(const QString& text, std::ostream* os) {
     *os << '"' << text.toStdString() << '"';
+}
+inline void PrintTo(const QByteArray& bytes, std::ostream* os) {
+    *os << bytes.size() << " bytes";
 }
 
 namespace testsupport {
