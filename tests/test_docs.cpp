@@ -30,7 +30,10 @@ QByteArray fencedBlock(const QByteArray& page, qsizetype from, const QByteArray&
 std::vector<Sample> samples() {
     const QByteArray page = readFile(QStringLiteral(PASTREL_SOURCE_DIR "/docs/documents.md"));
     std::vector<Sample> found;
-    static const QRegularExpression marker(QStringLiteral("<!-- sample: ([A-Za-z0-9_-]+) -->"));
+    // A marker stands alone on its line; the page's own explanation quotes one mid-line.
+    static const QRegularExpression marker(
+        QStringLiteral("^<!-- sample: ([A-Za-z0-9_-]+) -->$"),
+        QRegularExpression::MultilineOption);
     auto it = marker.globalMatch(QString::fromUtf8(page));
     while (it.hasNext()) {
         const auto match = it.next();
@@ -48,6 +51,10 @@ QByteArray readable(const QByteArray& bytes) {
     process.closeWriteChannel();
     process.waitForFinished();
     return process.readAllStandardOutput();
+}
+
+void PrintTo(const Sample& sample, std::ostream* os) {
+    *os << sample.name;
 }
 
 class DocsSamples : public ::testing::TestWithParam<Sample> {};
