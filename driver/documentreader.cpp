@@ -5,6 +5,36 @@
 #include <QFile>
 #include <QXmlStreamReader>
 
+namespace {
+
+// Reads the input through to its end or to kMaxDocumentBytes, whichever comes first, and then
+// reports the end of the data; works the same for files, pipes and character devices.
+class BoundedDevice : public QIODevice {
+public:
+    BoundedDevice(QIODevice& source, qint64 limit) : m_source(source), m_remaining(limit) {
+        QIODevice::open(QIODevice::ReadOnly);
+    }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override {
+        if (m_remaining <= 0)
+            return -1;
+        const qint64 read = m_source.read(data, qMin(maxSize, m_remaining));
+        if (read <= 0)
+            return -1;
+        m_remaining -= read;
+        return read;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QIODevice& m_source; // not owned
+    qint64 m_remaining;  // bytes still allowed
+};
+
+} // namespace
+
 DocumentReader::DocumentReader(PrinterDriver& handler) : m_handler(handler) {}
 
 bool DocumentReader::parse(const QString& path) {
@@ -12,7 +42,8 @@ bool DocumentReader::parse(const QString& path) {
     if (!file.open(QIODevice::ReadOnly))
         return false; // Part 1.1: nothing reported, no end-of-document sequence
 
-    QXmlStreamReader reader(&file);
+    BoundedDevice input(file, kMaxDocumentBytes);
+    QXmlStreamReader reader(&input);
     m_handler.startDocument();
     while (!reader.atEnd()) {
         switch (reader.readNext()) {
@@ -26,8 +57,6 @@ bool DocumentReader::parse(const QString& path) {
         default:
             break; // text, comments and processing instructions are ignored
         }
-        if (reader.characterOffset() > kMaxDocumentBytes)
-            return false;
     }
     if (reader.hasError())
         return false; // elements before the error are rendered; no endDocument

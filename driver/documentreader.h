@@ -9,8 +9,10 @@ class PrinterDriver;
 
 class DocumentReader {
 public:
-    // Documents larger than this are treated as malformed at this point (docs/robustness.md).
-    static constexpr qint64 kMaxDocumentBytes = 256LL * 1024 * 1024;
+    // Bytes read at the most: a larger input ends there, as a malformed document (elements before
+    // that point are rendered, no end sequence). Real documents are a few kilobytes; the limit
+    // bounds memory for /dev/zero, endless pipes and gigabyte attributes (docs/robustness.md).
+    static constexpr qint64 kMaxDocumentBytes = 64LL * 1024 * 1024;
 
     explicit DocumentReader(PrinterDriver& handler);
 

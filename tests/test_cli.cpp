@@ -147,6 +147,24 @@ TEST_F(Cli, OneMegabyteAttributeIsPrintedWhole) {
                  readFile(output));
 }
 
+// docs/robustness.md: input past DocumentReader::kMaxDocumentBytes ends as malformed there:
+// what came before is rendered, the rest is not read, and there is no end sequence.
+TEST_F(Cli, DocumentLargerThanLimitEndsAsMalformed) {
+    QByteArray xml = "<doc><method name=\"printFullOrderReceipt\"/><receipt serialnumber=\"1\"/><!--";
+    xml += QByteArray(64 * 1024 * 1024, 'x');
+    xml += "--><receipt serialnumber=\"2\"/></doc>";
+    const QString output = home.file(QStringLiteral("out.prn"));
+    EXPECT_EQ(print({write(QStringLiteral("in.xml"), xml), output}).out, "");
+    EXPECT_BYTES(receiptHead("1"), readFile(output));
+}
+
+// An endless device ends at the limit too, with nothing rendered.
+TEST_F(Cli, DevZeroInputEndsWithNothingWritten) {
+    const QString output = home.file(QStringLiteral("out.prn"));
+    EXPECT_EQ(print({QStringLiteral("/dev/zero"), output}).out, "");
+    EXPECT_BYTES("", readFile(output));
+}
+
 // Configuration files that are empty, binary, or hold a 5,000-byte name: every key is then
 // whatever Part 4.1 reads; here the drawer key is never "true".
 class CliBadConfiguration : public ::testing::TestWithParam<QByteArray> {};
