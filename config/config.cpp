@@ -172,8 +172,7 @@ QString Config::lookup(QDomNode node, const QString& key) const {
         return QString();
     if (fields.size() > 2 && !fields.at(2).isEmpty()) {
         const QString rest = key.section(QLatin1Char('.'), 1);
-        for (QDomNode child = element.firstChild(); !child.isNull();
-             child = child.nextSibling()) {
+        for (QDomNode child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
             const QString value = lookup(child, rest);
             if (!value.isEmpty())
                 return value;

@@ -82,9 +82,9 @@ private:
     Stop readBody(QDomElement element, QDomNode parent, int depth);
     int readByte();
 
-    QString m_fileName;                      // path as given to constructor()
-    QString m_format;                        // "cfg" or "xml" as given
-    std::ifstream m_input;                   // the "cfg" reader's binary input
+    QString m_fileName;                       // path as given to constructor()
+    QString m_format;                         // "cfg" or "xml" as given
+    std::ifstream m_input;                    // the "cfg" reader's binary input
     std::unique_ptr<QDomDocument> m_document; // the tree; owned
 };
 

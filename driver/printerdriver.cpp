@@ -57,18 +57,18 @@ bool PrinterDriver::printDuplicate() {
 
 void PrinterDriver::printRowFiscal(const QString&, const Attributes&) {}
 
-void PrinterDriver::printRowFiscal(const QString&, const QString&, const QString&,
-                                   const QString&) {}
+void PrinterDriver::printRowFiscal(const QString&, const QString&, const QString&, const QString&) {
+}
 
 QString PrinterDriver::documentPath(const QString& doc) {
     static const struct {
         const char* type;
         const char* prefix;
     } table[] = {
-        {"order", "pastrel.doc."},         {"prefiscal", "pastrel.prefiscaldoc."},
-        {"fiscal", "pastrel.fiscaldoc."},  {"receipt", "pastrel.receiptdoc."},
+        {"order", "pastrel.doc."},          {"prefiscal", "pastrel.prefiscaldoc."},
+        {"fiscal", "pastrel.fiscaldoc."},   {"receipt", "pastrel.receiptdoc."},
         {"invoice", "pastrel.invoicedoc."}, {"delivery", "pastrel.deliverydoc."},
-        {"report", "pastrel.reportdoc."},  {"sold", "pastrel.solddoc."},
+        {"report", "pastrel.reportdoc."},   {"sold", "pastrel.solddoc."},
     };
     const QString lower = doc.toLower();
     for (const auto& row : table) {

@@ -36,35 +36,35 @@ public:
     virtual bool endDocument();
 
     // Virtual operations in the slot order of Part 2.1.
-    virtual unsigned int getPaperWidth() = 0;                                          // 1
-    virtual void reset() {}                                                            // 2
-    virtual void setBold() = 0;                                                        // 3
-    virtual void setCharSize() = 0;                                                    // 4
-    virtual void setCharSize(int size) = 0;                                            // 5
-    virtual void setCenterJustify() = 0;                                               // 6
-    virtual void fullCut() = 0;                                                        // 7
-    virtual void generatePulse() = 0;                                                  // 8
-    virtual void printSeparatorLine();                                                 // 9
-    virtual void startSection() = 0;                                                   // 10
-    virtual void endSection() = 0;                                                     // 11
-    virtual void initPrinter() {}                                                      // 12
-    virtual void print(unsigned int indent, const QString& text) = 0;                  // 13
-    virtual void println(unsigned int indent, const QString& text) = 0;                // 14
-    virtual void println(const QString& text) = 0;                                     // 15
-    virtual void printRowFiscal(const QString& name, const Attributes& attributes);    // 16
-    virtual void printRowFiscal(const QString& first, const QString& second,           // 17
+    virtual unsigned int getPaperWidth() = 0;                                       // 1
+    virtual void reset() {}                                                         // 2
+    virtual void setBold() = 0;                                                     // 3
+    virtual void setCharSize() = 0;                                                 // 4
+    virtual void setCharSize(int size) = 0;                                         // 5
+    virtual void setCenterJustify() = 0;                                            // 6
+    virtual void fullCut() = 0;                                                     // 7
+    virtual void generatePulse() = 0;                                               // 8
+    virtual void printSeparatorLine();                                              // 9
+    virtual void startSection() = 0;                                                // 10
+    virtual void endSection() = 0;                                                  // 11
+    virtual void initPrinter() {}                                                   // 12
+    virtual void print(unsigned int indent, const QString& text) = 0;               // 13
+    virtual void println(unsigned int indent, const QString& text) = 0;             // 14
+    virtual void println(const QString& text) = 0;                                  // 15
+    virtual void printRowFiscal(const QString& name, const Attributes& attributes); // 16
+    virtual void printRowFiscal(const QString& first, const QString& second,        // 17
                                 const QString& third, const QString& fourth);
-    virtual void printGeometry(const Attributes& attributes);                          // 18
-    virtual void printPrinterInfo();                                                   // 19
-    virtual void printHeaders(const Attributes& attributes);                           // 20
-    virtual void printLogo() = 0;                                                      // 21
-    virtual void printCompanyHeader(const Attributes& attributes);                     // 22
-    virtual void printReceiptHeader(const Attributes& attributes);                     // 23
-    virtual void printInvoiceHeader(const Attributes& attributes);                     // 24
-    virtual void printDeliveryHeader(const Attributes& attributes);                    // 25
-    virtual void printCustomerHeader(const Attributes& attributes);                    // 26
-    virtual void printOrderInfo(const Attributes& attributes);                         // 27
-    virtual bool printSections(const QString& name, const Attributes& attributes);     // 28
+    virtual void printGeometry(const Attributes& attributes);                            // 18
+    virtual void printPrinterInfo();                                                     // 19
+    virtual void printHeaders(const Attributes& attributes);                             // 20
+    virtual void printLogo() = 0;                                                        // 21
+    virtual void printCompanyHeader(const Attributes& attributes);                       // 22
+    virtual void printReceiptHeader(const Attributes& attributes);                       // 23
+    virtual void printInvoiceHeader(const Attributes& attributes);                       // 24
+    virtual void printDeliveryHeader(const Attributes& attributes);                      // 25
+    virtual void printCustomerHeader(const Attributes& attributes);                      // 26
+    virtual void printOrderInfo(const Attributes& attributes);                           // 27
+    virtual bool printSections(const QString& name, const Attributes& attributes);       // 28
     virtual void printColumnsHeader(const QString& quantity, const QString& description, // 29
                                     const QString& price, const QString& total);
     virtual void printPartialOrder(const QString& name, const Attributes& attributes);         // 30
@@ -106,8 +106,8 @@ protected:
 
     PAConfiguration* m_configuration; // not owned
     QString m_method;
-    QFile* m_file;          // owned
-    QTextStream* m_stream;  // owned; null when the output could not be opened
+    QFile* m_file;         // owned
+    QTextStream* m_stream; // owned; null when the output could not be opened
     bool m_duplicate = false;
     bool m_oneTimeDone = false;
     QString m_justification;

@@ -40,8 +40,8 @@ void PrinterDriver::printPartialOrder(const QString& name, const Attributes& att
     } else if (name == QLatin1String("variant")) {
         const QString description =
             variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
-        println(descriptionRow(value(attributes, "number"), description, QString(), QString(),
-                               kDot, kQd));
+        println(descriptionRow(value(attributes, "number"), description, QString(), QString(), kDot,
+                               kQd));
     }
 }
 
@@ -144,9 +144,8 @@ void PrinterDriver::printFullOrder(const QString& name, const Attributes& attrib
     } else if (name == QLatin1String("variant")) {
         const QString description =
             variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
-        println(descriptionRow(value(attributes, "number"), description,
-                               value(attributes, "price"), value(attributes, "totalPrice"), kDot,
-                               kQdpt));
+        println(descriptionRow(value(attributes, "number"), description, value(attributes, "price"),
+                               value(attributes, "totalPrice"), kDot, kQdpt));
     } else if (name == QLatin1String("total")) {
         println(QString());
         setBold();

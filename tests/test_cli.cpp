@@ -29,7 +29,8 @@ protected:
     Cli() { home.writeConfig(kReceiptConf); }
 
     testsupport::Run print(const QStringList& arguments) {
-        testsupport::Run run = testsupport::runProgram(testsupport::printProgram(), arguments, home.path());
+        testsupport::Run run =
+            testsupport::runProgram(testsupport::printProgram(), arguments, home.path());
         EXPECT_TRUE(run.finished);
         EXPECT_FALSE(run.crashed);
         EXPECT_EQ(run.exitCode, 0);
@@ -49,8 +50,8 @@ protected:
 TEST_F(Cli, OneArgumentPrintsUsageAndWritesNothing) {
     const QString input = write(QStringLiteral("in.xml"), receiptDocument("1"));
     const testsupport::Run run = print({input});
-    EXPECT_EQ(run.out, "Usage: " + testsupport::printProgram().toLocal8Bit() +
-                           " input_file output_file\n");
+    EXPECT_EQ(run.out,
+              "Usage: " + testsupport::printProgram().toLocal8Bit() + " input_file output_file\n");
     EXPECT_EQ(QDir(home.path()).entryList(QDir::Files).size(), 1); // only in.xml
 }
 
@@ -150,7 +151,8 @@ TEST_F(Cli, OneMegabyteAttributeIsPrintedWhole) {
 // docs/robustness.md: input past DocumentReader::kMaxDocumentBytes ends as malformed there:
 // what came before is rendered, the rest is not read, and there is no end sequence.
 TEST_F(Cli, DocumentLargerThanLimitEndsAsMalformed) {
-    QByteArray xml = "<doc><method name=\"printFullOrderReceipt\"/><receipt serialnumber=\"1\"/><!--";
+    QByteArray xml =
+        "<doc><method name=\"printFullOrderReceipt\"/><receipt serialnumber=\"1\"/><!--";
     xml += QByteArray(64 * 1024 * 1024, 'x');
     xml += "--><receipt serialnumber=\"2\"/></doc>";
     const QString output = home.file(QStringLiteral("out.prn"));
@@ -175,7 +177,8 @@ TEST_P(CliBadConfiguration, RendersWithDefaults) {
     const QString input = home.file(QStringLiteral("in.xml"));
     ASSERT_TRUE(testsupport::writeFile(input, receiptDocument("3")));
     const QString output = home.file(QStringLiteral("out.prn"));
-    const testsupport::Run run = testsupport::runProgram(testsupport::printProgram(), {input, output}, home.path());
+    const testsupport::Run run =
+        testsupport::runProgram(testsupport::printProgram(), {input, output}, home.path());
     ASSERT_TRUE(run.finished);
     EXPECT_FALSE(run.crashed);
     EXPECT_EQ(run.exitCode, 0);
@@ -193,8 +196,7 @@ QByteArray binaryBytes() {
     return bytes;
 }
 
-const char* const kBadConfigurationNames[] = {"Empty", "Binary", "Name5000Bytes",
-                                               "Value5000Bytes"};
+const char* const kBadConfigurationNames[] = {"Empty", "Binary", "Name5000Bytes", "Value5000Bytes"};
 
 INSTANTIATE_TEST_SUITE_P(
     Part41, CliBadConfiguration,

@@ -56,20 +56,18 @@ const LookupCase kLookupCases[] = {
     {"BytesAfterSemicolonStartNextName", "pastrel : { x = a;b; y = 2; };", "pastrel.y", ""},
     {"BytesAfterSemicolonAreInName", "pastrel : { x = a;b; y = 2; };", "pastrel.b; y", "2"},
     // Edge case 2: blanks and quotes around the value.
-    {"BlankBeforeSemicolon", "pastrel : { logger : { level = DEBUG ; }; };",
-     "pastrel.logger.level", "DEBUG"},
+    {"BlankBeforeSemicolon", "pastrel : { logger : { level = DEBUG ; }; };", "pastrel.logger.level",
+     "DEBUG"},
     {"NoBlanks", "pastrel:{logger:{level=DEBUG;};};", "pastrel.logger.level", "DEBUG"},
     {"QuotedValue", "pastrel : { logger : { level = \"DEBUG\"; }; };", "pastrel.logger.level",
      "DEBUG"},
     {"QuotesRemovedEverywhere", "pastrel : { v = a\"b\"c; };", "pastrel.v", "abc"},
     {"ValueSpansLines", "pastrel : { v = one\ntwo; };", "pastrel.v", "one\ntwo"},
     // Edge case 3: prose before a setting becomes part of its name.
-    {"ProseBecomesPartOfName",
-     "pastrel : { logger : {\nThe level of the log\nlevel = DEBUG; }; };", "pastrel.logger.level",
-     ""},
-    {"ProseNameIsWholeStrippedText",
-     "pastrel : { logger : {\nThe level\nlevel = DEBUG; }; };", "pastrel.logger.The level\nlevel",
-     "DEBUG"},
+    {"ProseBecomesPartOfName", "pastrel : { logger : {\nThe level of the log\nlevel = DEBUG; }; };",
+     "pastrel.logger.level", ""},
+    {"ProseNameIsWholeStrippedText", "pastrel : { logger : {\nThe level\nlevel = DEBUG; }; };",
+     "pastrel.logger.The level\nlevel", "DEBUG"},
     // Edge case 5: same-named groups stay separate; the search goes on while empty.
     {"SecondSameNamedGroupAnswers",
      "pastrel : { logger : { type = APPEND; }; logger : { level = INFO; }; };",
@@ -85,8 +83,7 @@ const LookupCase kLookupCases[] = {
     // Edge case 7: keys of one and two fields.
     {"OneFieldKeyIsEmpty", "pastrel : { x = 1; };", "pastrel", ""},
     {"TwoFieldKeyReadsSettingOfFirstGroup", "pastrel : { x = 1; };", "pastrel.x", "1"},
-    {"EmptyThirdFieldReadsAttribute", "pastrel : { x = 1; y : { z = 2; }; };", "pastrel.x..z",
-     "1"},
+    {"EmptyThirdFieldReadsAttribute", "pastrel : { x = 1; y : { z = 2; }; };", "pastrel.x..z", "1"},
     {"OtherTopLevelGroupsNotReached", "pastrel : { x = 1; }; other : { x = 2; };", "other.x", ""},
     {"TopLevelSettingNotReached", "x = 1; pastrel : { y = 2; };", "pastrel.y", "2"},
     {"CaseSensitiveKeys", "pastrel : { Level = 1; };", "pastrel.level", ""},
@@ -100,8 +97,7 @@ const LookupCase kLookupCases[] = {
     // Over-long names and values: truncated to 2047 bytes (config.h), never an overflow.
     {"LongValueTruncatedTo2047", "pastrel : { v = " + kLong5000 + "; w = ok; };", "pastrel.w",
      "ok"},
-    {"LongNameTruncatedTo2047", "pastrel : { " + kLong5000 + " = 1; w = ok; };", "pastrel.w",
-     "ok"},
+    {"LongNameTruncatedTo2047", "pastrel : { " + kLong5000 + " = 1; w = ok; };", "pastrel.w", "ok"},
     {"NestingBeyondLimitStopsReading",
      "pastrel : { a = 1; " + QByteArray(5000, ':') + QByteArray(5000, '{') + " };", "pastrel.a",
      "1"},
@@ -270,7 +266,8 @@ TEST(Part42, ReadsHomeConfigurationFile) {
     home.writeConfig("pastrel : { logger : { level = INFO; }; };");
     qputenv("HOME", home.path().toLocal8Bit());
     PAConfiguration configuration;
-    EXPECT_EQ(configuration.fileName(), home.path() + QStringLiteral("/.pastrel/conf/pastrel.conf"));
+    EXPECT_EQ(configuration.fileName(),
+              home.path() + QStringLiteral("/.pastrel/conf/pastrel.conf"));
     EXPECT_EQ(configuration.getStrValue(QStringLiteral("pastrel.logger.level")),
               QStringLiteral("INFO"));
 }
@@ -306,7 +303,8 @@ TEST(Part42, NonLatin1KeyMatchesQuestionMarkName) {
     home.writeConfig("pastrel : { price? = 3; };");
     qputenv("HOME", home.path().toLocal8Bit());
     PAConfiguration configuration;
-    EXPECT_EQ(configuration.getStrValue(QStringLiteral("pastrel.price\u20ac")), QStringLiteral("3"));
+    EXPECT_EQ(configuration.getStrValue(QStringLiteral("pastrel.price\u20ac")),
+              QStringLiteral("3"));
 }
 
 } // namespace

@@ -31,9 +31,8 @@ std::vector<Sample> samples() {
     const QByteArray page = readFile(QStringLiteral(PASTREL_SOURCE_DIR "/docs/documents.md"));
     std::vector<Sample> found;
     // A marker stands alone on its line; the page's own explanation quotes one mid-line.
-    static const QRegularExpression marker(
-        QStringLiteral("^<!-- sample: ([A-Za-z0-9_-]+) -->$"),
-        QRegularExpression::MultilineOption);
+    static const QRegularExpression marker(QStringLiteral("^<!-- sample: ([A-Za-z0-9_-]+) -->$"),
+                                           QRegularExpression::MultilineOption);
     auto it = marker.globalMatch(QString::fromUtf8(page));
     while (it.hasNext()) {
         const auto match = it.next();
@@ -61,22 +60,21 @@ class DocsSamples : public ::testing::TestWithParam<Sample> {};
 
 TEST_P(DocsSamples, PageMatchesGoldenFolder) {
     const Sample& sample = GetParam();
-    const QString folder =
-        QStringLiteral(PASTREL_SOURCE_DIR "/tests/documents/") + QString::fromStdString(sample.name);
+    const QString folder = QStringLiteral(PASTREL_SOURCE_DIR "/tests/documents/") +
+                           QString::fromStdString(sample.name);
     const QByteArray input = readFile(folder + QStringLiteral("/input.xml"));
     ASSERT_FALSE(input.isEmpty()) << "no golden folder " << folder.toStdString();
     EXPECT_BYTES(input, sample.xml);
     EXPECT_BYTES(readable(readFile(folder + QStringLiteral("/expected.prn"))), sample.text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Docs, DocsSamples, ::testing::ValuesIn(samples()),
-                         [](const auto& info) {
-                             std::string name = info.param.name;
-                             for (char& c : name)
-                                 if (c == '-')
-                                     c = '_';
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Docs, DocsSamples, ::testing::ValuesIn(samples()), [](const auto& info) {
+    std::string name = info.param.name;
+    for (char& c : name)
+        if (c == '-')
+            c = '_';
+    return name;
+});
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(DocsSamples);
 
 } // namespace

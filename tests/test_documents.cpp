@@ -40,8 +40,8 @@ std::vector<std::string> caseNames() {
 std::string testName(const std::string& folder) {
     std::string name = folder;
     std::replace_if(
-        name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); },
-        '_');
+        name.begin(), name.end(),
+        [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
     return name;
 }
 
@@ -68,9 +68,9 @@ TEST_P(GoldenDocument, RendersExpectedBytes) {
     }
 
     const QString output = home.file(QStringLiteral("out.prn"));
-    const testsupport::Run run =
-        testsupport::runProgram(testsupport::printProgram(),
-                                {folder + QStringLiteral("/input.xml"), output}, home.path(), extra);
+    const testsupport::Run run = testsupport::runProgram(
+        testsupport::printProgram(), {folder + QStringLiteral("/input.xml"), output}, home.path(),
+        extra);
     ASSERT_TRUE(run.finished) << "the program did not end";
     ASSERT_FALSE(run.crashed) << "the program crashed";
     EXPECT_EQ(run.exitCode, 0);

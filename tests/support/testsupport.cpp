@@ -1,8 +1,8 @@
 #include "testsupport.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 
 #include <cstdio>
@@ -35,8 +35,8 @@ std::string escaped(const QByteArray& bytes) {
     while (at < expected.size() && at < actual.size() && expected[at] == actual[at])
         ++at;
     return ::testing::AssertionFailure()
-           << "bytes differ at offset " << at << " (expected " << expected.size()
-           << " bytes, got " << actual.size() << ")\n--- expected\n"
+           << "bytes differ at offset " << at << " (expected " << expected.size() << " bytes, got "
+           << actual.size() << ")\n--- expected\n"
            << escaped(expected) << "\n--- actual\n"
            << escaped(actual) << "\n---";
 }
