@@ -3,7 +3,7 @@
 <!-- Test catalogue (Part 1.1, Parts 2.8 and 2.9): a few report labels and one movement
      code in Italian, context QObject (DESIGN.md). Labels left out here are printed as they
      stand, which the golden cases also show. Built by lrelease into
-     <build>/tests/translations/ as pastrel_test.qm and pastrel_it_IT.qm. -->
+     <build>/tests/translations/ as pastrel_test.qm, pastrel_it_IT.qm and pastrel_de.qm. -->
 <TS version="2.1" language="it_IT">
 <context>
     <name>QObject</name>
