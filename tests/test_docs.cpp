@@ -65,7 +65,9 @@ TEST_P(DocsSamples, PageMatchesGoldenFolder) {
     const QByteArray input = readFile(folder + QStringLiteral("/input.xml"));
     ASSERT_FALSE(input.isEmpty()) << "no golden folder " << folder.toStdString();
     EXPECT_BYTES(input, sample.xml);
-    EXPECT_BYTES(readable(readFile(folder + QStringLiteral("/expected.prn"))), sample.text);
+    // A fenced block ends with the line end before its closing fence, and printer output ends
+    // with the cut and pulse, not a line end: the page shows the output plus that line end.
+    EXPECT_BYTES(readable(readFile(folder + QStringLiteral("/expected.prn"))) + '\n', sample.text);
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, DocsSamples, ::testing::ValuesIn(samples()), [](const auto& info) {
