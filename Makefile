@@ -2,6 +2,7 @@
 #   make run       set-up, build, render every sample document of examples/
 #   make test      set-up, build, run the whole test suite
 #   make bench     set-up, build, run the benchmarks of bench/
+#   make sanitize  the whole test suite in a separate AddressSanitizer + UBSan build
 BUILD_DIR ?= build
 JOBS      ?= $(shell nproc)
 CMAKE_ARGS ?=
@@ -10,7 +11,7 @@ CMAKE_ARGS ?=
 PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-tools \
             qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
 
-.PHONY: all deps configure build run test bench clean
+.PHONY: all deps configure build run test bench sanitize clean
 
 all: build
 
@@ -33,6 +34,13 @@ test: build
 
 bench: build
 	@bench/run.sh $(BUILD_DIR)/app/pastrel-print
+
+SANITIZE_DIR ?= build-sanitize
+sanitize: deps
+	cmake -S . -B $(SANITIZE_DIR) -DPASTREL_WERROR=ON -DPASTREL_SANITIZE=ON $(CMAKE_ARGS)
+	cmake --build $(SANITIZE_DIR) -j $(JOBS)
+	cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS)
 
 clean:
 	rm -rf $(BUILD_DIR)
