@@ -12,9 +12,11 @@
 #include <QFile>
 
 #include <functional>
+#include <initializer_list>
 #include <iostream>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 using testsupport::TempHome;
 
@@ -288,6 +290,101 @@ TEST_F(ColumnLayout, SeparatorLineWithNegativePaperWidthIsEmptyLine) {
         driver.printSeparatorLine();
     });
     EXPECT_BYTES("\n", out);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Parts 2.4 and 2.5: what the output cannot show (return values, stored texts).
+
+class SectionRouting : public DriverTest {};  // Part 2.5
+class DocumentHeaders : public DriverTest {}; // Part 2.4
+
+PrinterDriver::Attributes
+attributes(std::initializer_list<std::pair<const char*, const char*>> list) {
+    PrinterDriver::Attributes result;
+    for (const auto& [name, text] : list)
+        result.append(QString::fromUtf8(name), QString::fromUtf8(text));
+    return result;
+}
+
+// Part 2.5: the nine section elements are taken (true), whatever the flags say.
+TEST_F(SectionRouting, TakesTheNineSectionElements) {
+    render([](TestDriver& driver) {
+        for (const char* name : {"printers", "geometry", "headers", "logo", "company", "receipt",
+                                 "invoice", "delivery", "orderinfo"})
+            EXPECT_TRUE(driver.printSections(QString::fromUtf8(name), {})) << name;
+    });
+}
+
+// Part 2.5: any other name, "customer" and other letter cases included, is not taken, prints
+// nothing and changes nothing.
+TEST_F(SectionRouting, OtherNamesReturnFalseAndPrintNothing) {
+    QStringList texts;
+    const QByteArray out = render([&texts](TestDriver& driver) {
+        for (const char* name : {"customer", "Printers", "PRINTERS", "Headers", "orderInfo",
+                                 "receipe", "variant", "", "printers "})
+            EXPECT_FALSE(
+                driver.printSections(QString::fromUtf8(name), attributes({{"name", "Bar"}})))
+                << name;
+        texts = driver.printerTexts();
+        EXPECT_EQ(driver.initPrinterCalls, 0);
+    });
+    EXPECT_BYTES(QByteArray(), out);
+    EXPECT_EQ(texts, QStringList({QString(), QString(), QString(), QString()}));
+}
+
+// Part 2.5: "printers" stores the four texts, calls initPrinter() and prints nothing; one
+// without attributes empties all four (edge case 2).
+TEST_F(SectionRouting, PrintersStoresFourTextsAndEmptiesThemWithoutAttributes) {
+    const QByteArray out = render([](TestDriver& driver) {
+        EXPECT_TRUE(driver.printSections(QStringLiteral("printers"),
+                                         attributes({{"port", "9100"},
+                                                     {"name", "Cucina"},
+                                                     {"ipaddress", "192.168.1.50"},
+                                                     {"charsize", "2"}})));
+        EXPECT_EQ(driver.printerTexts(),
+                  QStringList({QStringLiteral("Cucina"), QStringLiteral("2"),
+                               QStringLiteral("192.168.1.50"), QStringLiteral("9100")}));
+        EXPECT_EQ(driver.initPrinterCalls, 1);
+        EXPECT_TRUE(driver.printSections(QStringLiteral("printers"), {}));
+        EXPECT_EQ(driver.printerTexts(), QStringList({QString(), QString(), QString(), QString()}));
+        EXPECT_EQ(driver.initPrinterCalls, 2);
+    });
+    EXPECT_BYTES(QByteArray(), out);
+}
+
+// Part 2.5, edge case 4: "logo" with the company back-end gives no bytes and is still taken.
+TEST_F(SectionRouting, LogoIsTakenAndPrintsNothing) {
+    const QByteArray out = render([](TestDriver& driver) {
+        EXPECT_TRUE(driver.printSections(QStringLiteral("logo"), attributes({{"file", "a.bmp"}})));
+    });
+    EXPECT_BYTES(QByteArray(), out);
+}
+
+// Part 2.4, step 3 of printOrderInfo and edge case 5: the credit is kept only when the credit
+// line is printed; with the flag off the earlier value stays.
+TEST_F(DocumentHeaders, OrderInfoKeepsCreditOnlyWhenCreditLinePrinted) {
+    const QByteArray out = render([](TestDriver& driver) {
+        driver.setPrintCredit(true);
+        driver.printOrderInfo(attributes({{"credit", "10.00"}}));
+        EXPECT_EQ(driver.credit(), QStringLiteral("10.00"));
+        driver.setPrintCredit(false);
+        driver.printOrderInfo(attributes({{"credit", "20.00"}}));
+        EXPECT_EQ(driver.credit(), QStringLiteral("10.00"));
+    });
+    EXPECT_BYTES(" Credit: 10.00\n"
+                 "========================================\n"
+                 "========================================\n",
+                 out);
+}
+
+// Part 2.4: a printed credit line without the attribute stores the empty text.
+TEST_F(DocumentHeaders, OrderInfoWithoutCreditAttributeStoresEmptyCredit) {
+    render([](TestDriver& driver) {
+        driver.setPrintCredit(true);
+        driver.printOrderInfo(attributes({{"credit", "10.00"}}));
+        driver.printOrderInfo({});
+        EXPECT_EQ(driver.credit(), QString());
+    });
 }
 
 // ---------------------------------------------------------------------------------------------

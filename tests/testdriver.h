@@ -5,6 +5,8 @@
 
 #include "companyprinterdriver.h"
 
+#include <QStringList>
+
 class TestDriver : public CompanyPrinterDriver {
 public:
     using CompanyPrinterDriver::CompanyPrinterDriver;
@@ -16,4 +18,15 @@ public:
         m_priceFieldWidth = price;
         m_totalPriceFieldWidth = total;
     }
+
+    // Part 2.4: the credit flag and the credit kept for the document operations.
+    void setPrintCredit(bool on) { m_printCredit = on; }
+    const QString& credit() const { return m_credit; }
+
+    // Part 2.5: the four printer texts, and how often initPrinter() was called.
+    QStringList printerTexts() const {
+        return {m_printerName, m_printerCharSize, m_printerIpAddress, m_printerPort};
+    }
+    void initPrinter() override { ++initPrinterCalls; }
+    int initPrinterCalls = 0;
 };
