@@ -10,6 +10,19 @@
 
 #include <iostream>
 
+namespace {
+// A configured width is taken as at most this many cells (and at least minus this many).
+// Part 2.1 sets no bound, but a typing error such as "paperWidth = 2000000000" would make every
+// separator and row ask for gigabytes and abort the program, and extreme values would overflow
+// the width arithmetic of Part 2.3 (W - Wq - Wp - Wt - 3). Every real paper is far narrower, so
+// sane settings are untouched; negative widths keep their meaning (the text whole).
+constexpr int kMaxWidth = 1000;
+
+int boundedWidth(int width) {
+    return qBound(-kMaxWidth, width, kMaxWidth);
+}
+} // namespace
+
 PrinterDriver::PrinterDriver(const QString& path, bool append)
     : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile(path)),
       m_stream(nullptr), m_justification(QStringLiteral("left")) {
@@ -83,10 +96,10 @@ QString PrinterDriver::documentPath(const QString& doc) {
 
 void PrinterDriver::loadValues(const QString& doc) {
     m_documentPrefix = documentPath(doc);
-    m_quantityFieldWidth = toInt(setting("quantityFieldWidth"));
-    m_priceFieldWidth = toInt(setting("priceFieldWidth"));
-    m_totalPriceFieldWidth = toInt(setting("totalPriceFieldWidth"));
-    m_paperWidth = toInt(setting("paperWidth"));
+    m_quantityFieldWidth = boundedWidth(toInt(setting("quantityFieldWidth")));
+    m_priceFieldWidth = boundedWidth(toInt(setting("priceFieldWidth")));
+    m_totalPriceFieldWidth = boundedWidth(toInt(setting("totalPriceFieldWidth")));
+    m_paperWidth = boundedWidth(toInt(setting("paperWidth")));
     m_paperRows = toInt(setting("paperRows"));
     if (m_paperWidth == 0)
         m_paperWidth = static_cast<int>(getPaperWidth());
