@@ -107,6 +107,22 @@ void printLine(const QString& text) {
     std::cout << '\n';
 }
 
+// Part 4.3, rebuilding step 2 for the element just made from item under parent.
+void rebuildChildren(Config& config, QTreeWidgetItem* item, QDomElement element, QDomNode parent) {
+    for (int i = 0; i < item->childCount(); ++i) {
+        QTreeWidgetItem* child = item->child(i);
+        if (child->childCount() == 0)
+            continue; // step 3: outside the layout; skipped (see the header comment)
+        QTreeWidgetItem* first = child->child(0);
+        if (first->childCount() == 0)
+            element.setAttribute(child->text(0), first->text(0));
+        else
+            // The parent's first child, not `element`: later sibling groups' subgroups hang
+            // under the first sibling. Long-standing behaviour of the save path, kept.
+            config.loadListView(child, parent.firstChild());
+    }
+}
+
 } // namespace
 
 QTreeWidget* Config::newConfigListView() {
@@ -160,9 +176,13 @@ void Config::loadListView(QTreeWidget* view) {
 }
 
 void Config::loadListView(QTreeWidgetItem* item, QDomDocument* document) {
-    if (document == nullptr)
+    if (document == nullptr || item == nullptr)
         return;
-    loadListView(item, QDomNode(*document));
+    // A new QDomDocument is a null node until its first createElement(); a QDomNode copied
+    // before that would not share the document, so create the element here.
+    QDomElement element = document->createElement(item->text(0));
+    document->appendChild(element);
+    rebuildChildren(*this, item, element, *document);
 }
 
 void Config::loadListView(QTreeWidgetItem* item, QDomNode parent) {
@@ -171,18 +191,7 @@ void Config::loadListView(QTreeWidgetItem* item, QDomNode parent) {
     QDomDocument document = parent.isDocument() ? parent.toDocument() : parent.ownerDocument();
     QDomElement element = document.createElement(item->text(0));
     parent.appendChild(element);
-    for (int i = 0; i < item->childCount(); ++i) {
-        QTreeWidgetItem* child = item->child(i);
-        if (child->childCount() == 0)
-            continue; // step 3: outside the layout; skipped (see the header comment)
-        QTreeWidgetItem* first = child->child(0);
-        if (first->childCount() == 0)
-            element.setAttribute(child->text(0), first->text(0));
-        else
-            // Part 4.3 step 2: the parent's first child, not `element`. Later sibling groups'
-            // subgroups hang under the first sibling; long-standing behaviour, kept.
-            loadListView(child, parent.firstChild());
-    }
+    rebuildChildren(*this, item, element, parent);
 }
 
 void Config::buildConfigFile(const QString& path) {
