@@ -118,7 +118,7 @@ void rebuildChildren(Config& config, QTreeWidgetItem* item, QDomElement element,
             element.setAttribute(child->text(0), first->text(0));
         else
             // The parent's first child, not `element`: later sibling groups' subgroups hang
-            // under the first sibling. Long-standing behaviour of the save path, kept.
+            // under the first sibling. Long-standing behaviour of the save path (Part 4.3), kept.
             config.loadListView(child, parent.firstChild());
     }
 }
