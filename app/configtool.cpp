@@ -1,0 +1,113 @@
+#include "configtool.h"
+
+#include "configeditor.h"
+#include "paconfiguration.h"
+#include "syncsingleton.h"
+
+#include <QApplication>
+#include <QByteArray>
+#include <QFile>
+#include <QList>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include <iostream>
+
+namespace {
+
+const char kUsage[] = "usage: pastrel-config show | get KEY | edit";
+
+int usageError() {
+    std::cerr << kUsage << std::endl;
+    return 2;
+}
+
+void printLatin1Line(const QString& text) {
+    const QByteArray bytes = text.toLatin1();
+    std::cout.write(bytes.constData(), bytes.size());
+    std::cout << std::endl;
+}
+
+bool hasDisplay() {
+    return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
+           !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+// Runs the test hook's script on the shown editor; false at the first line that fails.
+bool runScript(ConfigEditor& editor, const QByteArray& script) {
+    int number = 0;
+    for (const QByteArray& raw : script.split('\n')) {
+        ++number;
+        const QString line = QString::fromUtf8(raw).trimmed();
+        if (line.isEmpty())
+            continue;
+        const QString command = line.section(QLatin1Char(' '), 0, 0);
+        bool ok = false;
+        if (command == QLatin1String("set")) {
+            const QString rest = line.section(QLatin1Char(' '), 1);
+            const QString key = rest.section(QLatin1Char(' '), 0, 0);
+            ok = !key.isEmpty() && editor.editValue(key, rest.section(QLatin1Char(' '), 1));
+        } else if (command == QLatin1String("grab")) {
+            ok = editor.grabTo(line.section(QLatin1Char(' '), 1));
+        } else if (command == QLatin1String("close")) {
+            return true;
+        }
+        if (!ok) {
+            std::cerr << "pastrel-config: script line " << number << " failed: " << raw.constData()
+                      << std::endl;
+            return false;
+        }
+    }
+    return true;
+}
+
+int edit(int& argc, char** argv) {
+    if (!hasDisplay()) {
+        std::cerr << "pastrel-config: edit needs a display (DISPLAY or WAYLAND_DISPLAY); "
+                     "use show or get without one"
+                  << std::endl;
+        return 1;
+    }
+    QApplication application(argc, argv);
+    PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
+    ConfigEditor editor(configuration, configuration->newConfigListView());
+    editor.show();
+
+    int status = 0;
+    const QString scriptPath = qEnvironmentVariable("PASTREL_CONFIG_EDIT_SCRIPT");
+    if (!scriptPath.isEmpty()) {
+        QTimer::singleShot(0, &editor, [&editor, &status, scriptPath]() {
+            QFile file(scriptPath);
+            if (!file.open(QIODevice::ReadOnly) || !runScript(editor, file.readAll()))
+                status = 1;
+            editor.close();
+        });
+    }
+    const int result = QApplication::exec();
+    return status != 0 ? status : result;
+}
+
+} // namespace
+
+int configTool(int argc, char** argv) {
+    if (argc < 2 || argv == nullptr || argv[1] == nullptr)
+        return usageError();
+    const QByteArray command(argv[1]);
+    if (command == "show" && argc == 2) {
+        SyncSingleton<PAConfiguration>::instance()->printConfigTree();
+        return 0;
+    }
+    if (command == "get" && argc == 3) {
+        const QString key = QString::fromLatin1(argv[2]);
+        printLatin1Line(SyncSingleton<PAConfiguration>::instance()->getStrValue(key));
+        return 0;
+    }
+    if (command == "edit" && argc == 2)
+        return edit(argc, argv);
+    if ((command == "help" || command == "--help" || command == "-h") && argc == 2) {
+        std::cout << kUsage << std::endl;
+        return 0;
+    }
+    return usageError();
+}
