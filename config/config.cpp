@@ -9,6 +9,10 @@ namespace libconfig {
 
 namespace {
 
+bool isAsciiSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
+
 // Collects the bytes of one name or raw value; bytes past kMaxTokenBytes are dropped.
 class TokenBuffer {
 public:
@@ -17,8 +21,18 @@ public:
             m_bytes.append(c);
     }
     void clear() { m_bytes.clear(); }
-    // Each byte is one character (Latin-1), leading and trailing white space removed.
-    QString stripped() const { return QString::fromLatin1(m_bytes).trimmed(); }
+    // Each byte is one character (Latin-1), leading and trailing ASCII white space removed.
+    // Only ASCII: QString::trimmed() would also strip byte A0, the last byte of a UTF-8 "à",
+    // and cut "città" in a file written in UTF-8 (config.h).
+    QString stripped() const {
+        qsizetype begin = 0;
+        qsizetype end = m_bytes.size();
+        while (begin < end && isAsciiSpace(m_bytes.at(begin)))
+            ++begin;
+        while (end > begin && isAsciiSpace(m_bytes.at(end - 1)))
+            --end;
+        return QString::fromLatin1(m_bytes.constData() + begin, end - begin);
+    }
 
 private:
     QByteArray m_bytes;

@@ -9,6 +9,9 @@
 //  - Groups nested deeper than kMaxGroupDepth end the reading there, as a top-level "}" does:
 //    what was read so far stays, the rest of the file is ignored. No real configuration comes
 //    near the limit; it keeps the stack and the tree bounded for hostile files.
+//  - "White space" stripped around names and values is ASCII white space only (blank, tab,
+//    line feed, carriage return, vertical tab, form feed). Bytes A0 and 85, white space in
+//    Latin-1, stay: they end UTF-8 letters such as "à" (C3 A0) in files written in UTF-8.
 //  - A second constructor() call releases the earlier tree (the Part leaves it unreleased;
 //    nothing can observe the difference except a leak checker).
 #pragma once

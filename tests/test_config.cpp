@@ -93,6 +93,12 @@ const LookupCase kLookupCases[] = {
     {"UnterminatedGroupKeepsSettings", "pastrel : { a : { x = 1;", "pastrel.a.x", "1"},
     {"BinaryBytesAreLatin1", QByteArray("pastrel : { v = \xe8\xff; };"), "pastrel.v",
      "\xc3\xa8\xc3\xbf"},
+    // config.h: only ASCII white space is stripped; a UTF-8 "à" (C3 A0) keeps its last byte.
+    {"Utf8ValueEndingInAGraveKeepsBothBytes", "pastrel : { city = citt\xc3\xa0; };", "pastrel.city",
+     "citt\xc3\x83\xc2\xa0"},
+    {"Utf8NameEndingInAGraveKeepsBothBytes", "pastrel : { citt\xc3\xa0 = Milano; };",
+     "pastrel.citt\xc3\xa0", "Milano"},
+    {"TabsAndCarriageReturnsStripped", "pastrel : {\r\n\tx\t=\t1\r\n;\r\n};", "pastrel.x", "1"},
     {"RepeatedNameReplacesValue", "pastrel : { x = 1; x = 2; };", "pastrel.x", "2"},
     // Over-long names and values: truncated to 2047 bytes (config.h), never an overflow.
     {"LongValueTruncatedTo2047", "pastrel : { v = " + kLong5000 + "; w = ok; };", "pastrel.w",
