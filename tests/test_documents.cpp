@@ -2,7 +2,8 @@
 //   input.xml        the document, passed to the program as the suite passes it
 //   pastrel.conf     the configuration, installed as $HOME/.pastrel/conf/pastrel.conf
 //                    ("@HOME@" stands for the case's temporary HOME, "@QM_DIR@" for the
-//                    folder of the test catalogues built from tests/translations/);
+//                    folder of the test catalogues built from tests/translations/,
+//                    "@CATALOGUE_DIR@" for that of the shipped catalogues of translations/);
 //                    without it the run has no configuration file
 //   expected.prn     the exact output bytes, written by hand from the Parts
 //   expected.stdout  the exact standard output ("@HOME@" as above); without it standard
@@ -57,6 +58,7 @@ TEST_P(GoldenDocument, RendersExpectedBytes) {
         QByteArray conf = readFile(confPath);
         conf.replace("@HOME@", home.path().toLocal8Bit());
         conf.replace("@QM_DIR@", PASTREL_BINARY_DIR "/tests/translations");
+        conf.replace("@CATALOGUE_DIR@", PASTREL_BINARY_DIR "/translations");
         home.writeConfig(conf);
     }
     QProcessEnvironment extra;
