@@ -30,7 +30,9 @@ QByteArray fencedBlock(const QByteArray& page, qsizetype from, const QByteArray&
 std::vector<Sample> samples() {
     const QByteArray page = readFile(QStringLiteral(PASTREL_SOURCE_DIR "/docs/documents.md"));
     std::vector<Sample> found;
-    static const QRegularExpression marker(QStringLiteral("<!-- sample: ([A-Za-z0-9_-]+) -->"));
+    // A marker is a line of its own: the page's prose quotes `<!-- sample: NAME -->` inline.
+    static const QRegularExpression marker(QStringLiteral("^<!-- sample: ([A-Za-z0-9_-]+) -->$"),
+                                           QRegularExpression::MultilineOption);
     auto it = marker.globalMatch(QString::fromUtf8(page));
     while (it.hasNext()) {
         const auto match = it.next();
