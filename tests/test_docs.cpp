@@ -61,7 +61,9 @@ TEST_P(DocsSamples, PageMatchesGoldenFolder) {
     const QByteArray input = readFile(folder + QStringLiteral("/input.xml"));
     ASSERT_FALSE(input.isEmpty()) << "no golden folder " << folder.toStdString();
     EXPECT_BYTES(input, sample.xml);
-    EXPECT_BYTES(readable(readFile(folder + QStringLiteral("/expected.prn"))), sample.text);
+    // The block's last line end belongs to the closing fence: a document ends with the cut, the
+    // pulse or the drawer, never with a line feed, so the page shows one more than the output has.
+    EXPECT_BYTES(readable(readFile(folder + QStringLiteral("/expected.prn"))) + '\n', sample.text);
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, DocsSamples, ::testing::ValuesIn(samples()),
