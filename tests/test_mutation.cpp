@@ -91,6 +91,7 @@ const char* const kTokens[] = {
     "-->",
     "<?xml version=\"1.0\"?>",
     "<!DOCTYPE d [<!ENTITY e \"x\">]>",
+    "&e;",
     "<method name=\"printPartialOrder\"/>",
     "<method name=\"printFullOrder\"/>",
     "<method name=\"printFullOrderReceipt\"/>",
