@@ -148,6 +148,8 @@ private:
     void printLabelLine(const char* label, const QString& text);
     // Shared rows of the order documents (Parts 2.6, 2.7, 2.10, 2.11).
     static QString variantSign(const QString& quantity);
+    // Sign, blank and name of a "variant" element (the full-order documents of Part 2.5).
+    static QString variantDescription(const Attributes& attributes);
     void printAbstractOrderRow(const Attributes& attributes);
     void printTotalRow(const char* label, const QString& amount);
     void printTaxSummary(const Attributes& attributes);

@@ -1,7 +1,73 @@
 // The full-order invoice, delivery note and fiscal document: layouts left to the implementer
-// (Part 2.5, "Left to the implementer"); their element tables are in docs/documents.md.
+// (Part 2.5, "Left to the implementer"). Their element tables are in docs/documents.md, which is
+// the reference for every choice below; they reuse the rows of Parts 2.6, 2.7, 2.10 and 2.11 and
+// print no label of their own.
 #include "printerdriver.h"
 
-void PrinterDriver::printFullOrderInvoice(const QString&, const Attributes&) {}
-void PrinterDriver::printFullOrderDelivery(const QString&, const Attributes&) {}
-void PrinterDriver::printFullOrderFiscal(const QString&, const Attributes&) {}
+namespace {
+const QChar kDot(QLatin1Char('.'));
+const QChar kBlank(QLatin1Char(' '));
+} // namespace
+
+QString PrinterDriver::variantDescription(const Attributes& attributes) {
+    // The sign rule of Part 2.6, then one blank and the name.
+    return variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
+}
+
+void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes& attributes) {
+    if (printSections(name, attributes))
+        return;
+    if (name == QLatin1String("customer")) {
+        printCustomerHeader(attributes);
+    } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
+        // The receipt's dish row (Part 2.10); no "=" marker here: that is Part 2.11's alone.
+        printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+        println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
+                               value(attributes, "price"), value(attributes, "totalPrice"), kDot,
+                               QStringLiteral("qxdpt")));
+    } else if (name == QLatin1String("variant")) {
+        // The full order's variant row (Part 2.11): "qdpt", so the sign stands where " x " does.
+        println(descriptionRow(value(attributes, "number"), variantDescription(attributes),
+                               value(attributes, "price"), value(attributes, "totalPrice"), kDot,
+                               QStringLiteral("qdpt")));
+    } else if (name == QLatin1String("totals")) {
+        printTaxSummary(attributes); // the abstract invoice's four rows (Part 2.7)
+    }
+}
+
+void PrinterDriver::printFullOrderDelivery(const QString& name, const Attributes& attributes) {
+    if (printSections(name, attributes))
+        return;
+    if (name == QLatin1String("customer")) {
+        printCustomerHeader(attributes);
+    } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
+        // No prices on a delivery note: empty price and amount headings.
+        printColumnsHeader(tr("Num"), tr("Description"), QString(), QString());
+        // The size requests of the kitchen order (Part 2.6).
+        if (name == QLatin1String("receipe"))
+            setCharSize();
+        else
+            setCharSize(1);
+        // Blank fill: dots leading to no amount would only waste ink.
+        println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
+                               QString(), kBlank, QStringLiteral("qxd")));
+    } else if (name == QLatin1String("variant")) {
+        // The kitchen order's variant row (Part 2.6).
+        println(descriptionRow(value(attributes, "number"), variantDescription(attributes),
+                               QString(), QString(), kDot, QStringLiteral("qd")));
+    }
+}
+
+void PrinterDriver::printFullOrderFiscal(const QString& name, const Attributes& attributes) {
+    // No printSections, as in Part 2.7's fiscal document: a fiscal printer prints the legal head
+    // from its own memory. Every row goes to the fiscal hooks; the company back-end ignores them.
+    if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
+        printRowFiscal(value(attributes, "department"), value(attributes, "number"),
+                       value(attributes, "name"), value(attributes, "price"));
+    } else if (name == QLatin1String("variant")) {
+        printRowFiscal(value(attributes, "department"), value(attributes, "number"),
+                       variantDescription(attributes), value(attributes, "price"));
+    } else if (name == QLatin1String("total")) {
+        printRowFiscal(name, attributes);
+    }
+}
