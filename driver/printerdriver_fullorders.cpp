@@ -21,7 +21,9 @@ void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes&
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
         // The receipt's dish row (Part 2.10); no "=" marker here: that is Part 2.11's alone.
-        printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
+        if (!m_oneTimeDone)
+            printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
         println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
                                value(attributes, "price"), value(attributes, "totalPrice"), kDot,
                                QStringLiteral("qxdpt")));
@@ -42,7 +44,9 @@ void PrinterDriver::printFullOrderDelivery(const QString& name, const Attributes
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
         // No prices on a delivery note: empty price and amount headings.
-        printColumnsHeader(tr("Num"), tr("Description"), QString(), QString());
+        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
+        if (!m_oneTimeDone)
+            printColumnsHeader(tr("Num"), tr("Description"), QString(), QString());
         // The size requests of the kitchen order (Part 2.6).
         if (name == QLatin1String("receipe"))
             setCharSize();

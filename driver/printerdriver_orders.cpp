@@ -51,7 +51,9 @@ void PrinterDriver::printAbstractOrder(const QString&, const Attributes&) {
 
 void PrinterDriver::printAbstractOrderRow(const Attributes& attributes) {
     // The third heading is empty (Part 2.7); the heading prints once per run (Part 2.3).
-    printColumnsHeader(tr("Num"), tr("Description"), QString(), tr("Price"));
+    // Printed once per run (Part 2.3): once it has been, its labels are not built again.
+    if (!m_oneTimeDone)
+        printColumnsHeader(tr("Num"), tr("Description"), QString(), tr("Price"));
     println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
                            value(attributes, "price"), kDot, kQxdpt));
 }
@@ -114,7 +116,9 @@ void PrinterDriver::printFullOrderReceipt(const QString& name, const Attributes&
     if (name == QLatin1String("customer")) {
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe")) {
-        printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
+        if (!m_oneTimeDone)
+            printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
         println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
                                value(attributes, "price"), value(attributes, "totalPrice"), kDot,
                                kQxdpt));
@@ -138,7 +142,9 @@ void PrinterDriver::printFullOrder(const QString& name, const Attributes& attrib
         // A dish whose name begins with "=" is skipped, heading request included (Part 2.11).
         if (dish.startsWith(QLatin1Char('=')))
             return;
-        printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
+        if (!m_oneTimeDone)
+            printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
         println(descriptionRow(value(attributes, "number"), dish, value(attributes, "price"),
                                value(attributes, "totalPrice"), kDot, kQdpt));
     } else if (name == QLatin1String("variant")) {
