@@ -228,6 +228,8 @@ TEST_F(Part51Logger, LowerCaseOverwriteCreatesMissingFile) {
 TEST_F(Part51Logger, OverwriteTwiceReplacesSameLengthLine) {
     configure("DEBUG", "OVERWRITE");
     LogFile log(logPath());
+    // The second logger's first line is newer than the first logger's tail line after it.
+    log.allowStampsOutOfOrder();
     {
         Logger first(QStringLiteral("first"));
         first.info(QStringLiteral("stays in the tail"));

@@ -26,12 +26,17 @@ public:
     // The masked file equals expected and every stamp is right.
     ::testing::AssertionResult equals(const QString& expected) const;
 
+    // Stamps may go backwards: after an OVERWRITE (Part 5.1) newer lines stand before the
+    // older tail they did not cover.
+    void allowStampsOutOfOrder() { m_inOrder = false; }
+
     // Tolerance, in milliseconds, on each side of the window the stamps must fall in.
     static constexpr qint64 kToleranceMs = 2000;
 
 private:
     QString m_path;
-    QDateTime m_since; // local time when the LogFile was made
+    QDateTime m_since;     // local time when the LogFile was made
+    bool m_inOrder = true; // stamps must not go backwards
 };
 
 // The masked form of one stamped line: "[TS] " + level text + ": " + message + "\n".
