@@ -146,14 +146,20 @@ private:
     using Layout = void (PrinterDriver::*)(const QString&, const Attributes&);
     void printAddress(const QString& address);
     void printLabelLine(const char* label, const QString& text);
-    // Shared rows of the order documents (Parts 2.6, 2.7, 2.10, 2.11).
+    // Shared rows of the order documents (Parts 2.6, 2.7, 2.10, 2.11), reused by the three
+    // full-order documents of printerdriver_fullorders.cpp.
     static QString variantSign(const QString& quantity);
-    // Sign, blank and name of a "variant" element (the full-order documents of Part 2.5).
     static QString variantDescription(const Attributes& attributes);
+    void requestDishSize(const QString& name);
+    void printKitchenVariantRow(const Attributes& attributes);
+    void printPricedHeading();
+    void printReceiptDishRow(const Attributes& attributes);
+    void printPricedVariantRow(const Attributes& attributes);
     void printAbstractOrderRow(const Attributes& attributes);
     void printTotalRow(const char* label, const QString& amount);
     void printTaxSummary(const Attributes& attributes);
     // Shared lines of the report (Part 2.8).
+    QString dottedLabel(const QString& label);
     void printReportTitle(const char* title);
     void printDottedLine(const char* label, const QString& text);
     void printSerialsLine(const Attributes& attributes);

@@ -4,16 +4,6 @@
 // print no label of their own.
 #include "printerdriver.h"
 
-namespace {
-const QChar kDot(QLatin1Char('.'));
-const QChar kBlank(QLatin1Char(' '));
-} // namespace
-
-QString PrinterDriver::variantDescription(const Attributes& attributes) {
-    // The sign rule of Part 2.6, then one blank and the name.
-    return variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
-}
-
 void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes& attributes) {
     if (printSections(name, attributes))
         return;
@@ -21,17 +11,9 @@ void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes&
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
         // The receipt's dish row (Part 2.10); no "=" marker here: that is Part 2.11's alone.
-        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
-        if (!m_oneTimeDone)
-            printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
-        println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
-                               value(attributes, "price"), value(attributes, "totalPrice"), kDot,
-                               QStringLiteral("qxdpt")));
+        printReceiptDishRow(attributes);
     } else if (name == QLatin1String("variant")) {
-        // The full order's variant row (Part 2.11): "qdpt", so the sign stands where " x " does.
-        println(descriptionRow(value(attributes, "number"), variantDescription(attributes),
-                               value(attributes, "price"), value(attributes, "totalPrice"), kDot,
-                               QStringLiteral("qdpt")));
+        printPricedVariantRow(attributes); // the full order's variant row (Part 2.11)
     } else if (name == QLatin1String("totals")) {
         printTaxSummary(attributes); // the abstract invoice's four rows (Part 2.7)
     }
@@ -47,18 +29,12 @@ void PrinterDriver::printFullOrderDelivery(const QString& name, const Attributes
         // Printed once per run (Part 2.3): once it has been, its labels are not built again.
         if (!m_oneTimeDone)
             printColumnsHeader(tr("Num"), tr("Description"), QString(), QString());
-        // The size requests of the kitchen order (Part 2.6).
-        if (name == QLatin1String("receipe"))
-            setCharSize();
-        else
-            setCharSize(1);
+        requestDishSize(name); // the size requests of the kitchen order (Part 2.6)
         // Blank fill: dots leading to no amount would only waste ink.
         println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
-                               QString(), kBlank, QStringLiteral("qxd")));
+                               QString(), QLatin1Char(' '), QStringLiteral("qxd")));
     } else if (name == QLatin1String("variant")) {
-        // The kitchen order's variant row (Part 2.6).
-        println(descriptionRow(value(attributes, "number"), variantDescription(attributes),
-                               QString(), QString(), kDot, QStringLiteral("qd")));
+        printKitchenVariantRow(attributes); // the kitchen order's variant row (Part 2.6)
     }
 }
 

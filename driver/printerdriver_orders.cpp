@@ -21,6 +21,46 @@ QString PrinterDriver::variantSign(const QString& quantity) {
     return quantity;
 }
 
+QString PrinterDriver::variantDescription(const Attributes& attributes) {
+    // The sign rule of Part 2.6, then one blank and the name.
+    return variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
+}
+
+void PrinterDriver::requestDishSize(const QString& name) {
+    // Part 2.6: a dish asks for the normal size, an "other dish" for size 1.
+    if (name == QLatin1String("receipe"))
+        setCharSize();
+    else
+        setCharSize(1);
+}
+
+void PrinterDriver::printKitchenVariantRow(const Attributes& attributes) {
+    // Part 2.6: no size request precedes a variant line.
+    println(descriptionRow(value(attributes, "number"), variantDescription(attributes), QString(),
+                           QString(), kDot, kQd));
+}
+
+void PrinterDriver::printPricedHeading() {
+    // Printed once per run (Part 2.3): once it has been, its labels are not built again.
+    if (!m_oneTimeDone)
+        printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+}
+
+void PrinterDriver::printReceiptDishRow(const Attributes& attributes) {
+    // Part 2.10: heading request, then count, " x ", name, unit price and amount.
+    printPricedHeading();
+    println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
+                           value(attributes, "price"), value(attributes, "totalPrice"), kDot,
+                           kQxdpt));
+}
+
+void PrinterDriver::printPricedVariantRow(const Attributes& attributes) {
+    // Part 2.11: "qdpt", so the sign stands where " x " stands in a dish row; no heading.
+    println(descriptionRow(value(attributes, "number"), variantDescription(attributes),
+                           value(attributes, "price"), value(attributes, "totalPrice"), kDot,
+                           kQdpt));
+}
+
 void PrinterDriver::printPartialOrder(const QString& name, const Attributes& attributes) {
     if (printSections(name, attributes))
         return;
@@ -31,17 +71,11 @@ void PrinterDriver::printPartialOrder(const QString& name, const Attributes& att
         setBold();
         println(descriptionRow(tr("Num"), tr("Description"), QString(), QString(), kBlank, kQd));
     } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
-        if (name == QLatin1String("receipe"))
-            setCharSize();
-        else
-            setCharSize(1);
+        requestDishSize(name);
         println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
                                QString(), kDot, kQd));
     } else if (name == QLatin1String("variant")) {
-        const QString description =
-            variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
-        println(descriptionRow(value(attributes, "number"), description, QString(), QString(), kDot,
-                               kQd));
+        printKitchenVariantRow(attributes);
     }
 }
 
@@ -116,12 +150,7 @@ void PrinterDriver::printFullOrderReceipt(const QString& name, const Attributes&
     if (name == QLatin1String("customer")) {
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe")) {
-        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
-        if (!m_oneTimeDone)
-            printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
-        println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
-                               value(attributes, "price"), value(attributes, "totalPrice"), kDot,
-                               kQxdpt));
+        printReceiptDishRow(attributes);
     } else if (name == QLatin1String("total")) {
         println(QString());
         printTotalRow("TOTAL", value(attributes, "price"));
@@ -142,16 +171,11 @@ void PrinterDriver::printFullOrder(const QString& name, const Attributes& attrib
         // A dish whose name begins with "=" is skipped, heading request included (Part 2.11).
         if (dish.startsWith(QLatin1Char('=')))
             return;
-        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
-        if (!m_oneTimeDone)
-            printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+        printPricedHeading();
         println(descriptionRow(value(attributes, "number"), dish, value(attributes, "price"),
                                value(attributes, "totalPrice"), kDot, kQdpt));
     } else if (name == QLatin1String("variant")) {
-        const QString description =
-            variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
-        println(descriptionRow(value(attributes, "number"), description, value(attributes, "price"),
-                               value(attributes, "totalPrice"), kDot, kQdpt));
+        printPricedVariantRow(attributes);
     } else if (name == QLatin1String("total")) {
         println(QString());
         setBold();

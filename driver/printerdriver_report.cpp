@@ -27,14 +27,18 @@ void PrinterDriver::printReportTitle(const char* title) {
     println(QString());
 }
 
-void PrinterDriver::printDottedLine(const char* label, const QString& text) {
+QString PrinterDriver::dottedLabel(const QString& label) {
     // Left-justified to W - 15 with dots, never truncated (Part 2.8).
-    print(0, tr(label).leftJustified(m_paperWidth - 15, QLatin1Char('.'), false));
+    return label.leftJustified(m_paperWidth - 15, QLatin1Char('.'), false);
+}
+
+void PrinterDriver::printDottedLine(const char* label, const QString& text) {
+    print(0, dottedLabel(tr(label)));
     println(text);
 }
 
 void PrinterDriver::printSerialsLine(const Attributes& attributes) {
-    print(0, tr("Serials").leftJustified(m_paperWidth - 15, QLatin1Char('.'), false));
+    print(0, dottedLabel(tr("Serials")));
     print(0, value(attributes, "firstserial"));
     print(0, QStringLiteral(" - "));
     println(value(attributes, "lastserial"));
