@@ -3,6 +3,7 @@
 #   make test      set-up, build, run the whole test suite
 #   make bench     set-up, build, run the benchmarks of bench/
 #   make sanitize  the whole test suite in a separate AddressSanitizer + UBSan build
+#   make fuzz      each libFuzzer target of fuzz/ for FUZZ_SECONDS (default 60) under clang
 BUILD_DIR ?= build
 JOBS      ?= $(shell nproc)
 CMAKE_ARGS ?=
@@ -11,7 +12,7 @@ CMAKE_ARGS ?=
 PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-tools \
             qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
 
-.PHONY: all deps configure build run test bench sanitize clean
+.PHONY: all deps configure build run test bench sanitize fuzz clean
 
 all: build
 
@@ -41,6 +42,17 @@ sanitize: deps
 	cmake --build $(SANITIZE_DIR) -j $(JOBS)
 	cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS)
+
+# libFuzzer comes with clang's runtime (libclang-rt-14-dev), installed only for this target.
+FUZZ_DIR     ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
+fuzz: deps
+	@scripts/install-deps.sh clang libclang-rt-14-dev
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DPASTREL_WERROR=ON -DPASTREL_SANITIZE=ON \
+	    -DPASTREL_FUZZ=ON -DPASTREL_BUILD_TESTS=OFF $(CMAKE_ARGS)
+	cmake --build $(FUZZ_DIR) -j $(JOBS)
+	fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
 clean:
 	rm -rf $(BUILD_DIR)

@@ -2,6 +2,7 @@
 # (spdlog's pattern): call pastrel_target(<target>) after add_library/add_executable.
 option(PASTREL_WERROR "Treat warnings as errors" OFF)
 option(PASTREL_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(PASTREL_FUZZ "Build fuzz/ with libFuzzer (clang); instruments every target for coverage" OFF)
 
 function(pastrel_target target)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
@@ -12,5 +13,8 @@ function(pastrel_target target)
         target_compile_options(${target} PRIVATE -fsanitize=address,undefined
                                                  -fno-sanitize-recover=all -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=address,undefined)
+    endif()
+    if(PASTREL_FUZZ)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
 endfunction()
