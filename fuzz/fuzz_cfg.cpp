@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QtGlobal>
 
 #include <cstdio>
 #include <cstdlib>
