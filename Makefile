@@ -4,6 +4,7 @@
 #   make bench     set-up, build, run the benchmarks of bench/
 #   make sanitize  the whole test suite in a separate AddressSanitizer + UBSan build
 #   make fuzz      each libFuzzer target of fuzz/ for FUZZ_SECONDS (default 60) under clang
+#   make fuzz-coverage  the source lines the corpora grown by make fuzz reach
 BUILD_DIR ?= build
 JOBS      ?= $(shell nproc)
 CMAKE_ARGS ?=
@@ -12,7 +13,7 @@ CMAKE_ARGS ?=
 PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-tools \
             qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
 
-.PHONY: all deps configure build run test bench sanitize fuzz clean
+.PHONY: all deps configure build run test bench sanitize fuzz fuzz-coverage clean
 
 all: build
 
@@ -53,6 +54,11 @@ fuzz: deps
 	    -DPASTREL_FUZZ=ON -DPASTREL_BUILD_TESTS=OFF $(CMAKE_ARGS)
 	cmake --build $(FUZZ_DIR) -j $(JOBS)
 	fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
+# The source lines the grown corpora of make fuzz reach (llvm-cov), for a fuzzing session's note.
+fuzz-coverage: deps
+	@scripts/install-deps.sh clang llvm
+	fuzz/coverage.sh $(FUZZ_DIR) build-fuzz-coverage
 
 clean:
 	rm -rf $(BUILD_DIR)
