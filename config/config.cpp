@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QStringList>
 
+#include <exception>
 #include <iostream>
 
 namespace libconfig {
@@ -74,6 +75,11 @@ bool Config::openFile(const QString& path) {
     closeFile();
     m_input.clear();
     m_input.open(path.toLocal8Bit().toStdString(), std::ios::in | std::ios::binary);
+    // A folder opens like a file and fails only at the first read, where the stream buffer
+    // throws: a file whose first byte cannot be read is Part 4.1's "unreadable" file, reported
+    // with the same message (docs/robustness.md).
+    if (m_input.is_open() && !firstByteReadable())
+        m_input.close();
     if (!m_input.is_open()) {
         std::cout << "Error in the method FileReader::open( " << path.toLocal8Bit().constData()
                   << " ): File Not Found" << std::endl;
@@ -93,7 +99,25 @@ void Config::closeFile() {
 
 int Config::readByte() {
     // A closed stream reads as end of file.
-    return m_input.is_open() ? m_input.rdbuf()->sbumpc() : std::char_traits<char>::eof();
+    if (!m_input.is_open())
+        return std::char_traits<char>::eof();
+    try {
+        return m_input.rdbuf()->sbumpc();
+    } catch (const std::exception&) {
+        // A read error (a failing disk) throws from the stream buffer whatever the stream's
+        // exception mask: it ends the file here, and no operation throws (Part 4.1).
+        m_input.close();
+        return std::char_traits<char>::eof();
+    }
+}
+
+bool Config::firstByteReadable() {
+    try {
+        m_input.rdbuf()->sgetc(); // peeks: the byte stays for the reader
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 bool Config::jump(char c) {

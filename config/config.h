@@ -12,6 +12,8 @@
 //  - "White space" stripped around names and values is ASCII white space only (blank, tab,
 //    line feed, carriage return, vertical tab, form feed). Bytes A0 and 85, white space in
 //    Latin-1, stay: they end UTF-8 letters such as "à" (C3 A0) in files written in UTF-8.
+//  - A path that opens but cannot be read (a folder) is reported by openFile() as a missing
+//    file is; a read error later in the file ends the file there.
 //  - A second constructor() call releases the earlier tree (the Part leaves it unreleased;
 //    nothing can observe the difference except a leak checker).
 #pragma once
@@ -84,6 +86,7 @@ private:
     // parent when its first setting or subgroup is read. One loop serves every level.
     Stop readBody(QDomElement element, QDomNode parent, int depth);
     int readByte();
+    bool firstByteReadable(); // false when the open stream fails at its first read (a folder)
 
     QString m_fileName;                       // path as given to constructor()
     QString m_format;                         // "cfg" or "xml" as given

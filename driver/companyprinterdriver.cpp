@@ -73,8 +73,8 @@ void CompanyPrinterDriver::endSection() {
 }
 
 void CompanyPrinterDriver::print(unsigned int indent, const QString& text) {
-    if (!m_stream)
-        return; // the base reported the unopenable output; nothing is written anywhere
+    if (!writable())
+        return; // unopenable output (reported by the base) or a failed write: nothing more
     const unsigned int width = getPaperWidth();
     const unsigned int length = static_cast<unsigned int>(text.size());
     unsigned int blanks = indent;
@@ -87,7 +87,7 @@ void CompanyPrinterDriver::print(unsigned int indent, const QString& text) {
 
 void CompanyPrinterDriver::println(unsigned int indent, const QString& text) {
     print(indent, text);
-    if (m_stream)
+    if (writable())
         *m_stream << QLatin1Char(LF);
 }
 

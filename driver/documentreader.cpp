@@ -44,6 +44,12 @@ bool DocumentReader::parse(const QString& path) {
 
     BoundedDevice input(file, kMaxDocumentBytes);
     QXmlStreamReader reader(&input);
+    // No entity may expand to more characters than its reference ("&name;") takes: the
+    // toolkit's default lets every reference grow by 4096, so 1 MB of references to one DTD
+    // entity asked for gigabytes. A growing reference now ends the parse as malformed there;
+    // predefined entities, character references and short entities are unaffected
+    // (docs/robustness.md, "Entities").
+    reader.setEntityExpansionLimit(0);
     m_handler.startDocument();
     while (!reader.atEnd()) {
         switch (reader.readNext()) {

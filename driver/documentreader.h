@@ -18,6 +18,9 @@ public:
 
     // Parses the file at path into the handler. True when the document was well-formed and
     // endDocument() ran; false for an unopenable file, malformed XML, or a handler's stop.
+    // A DTD entity reference that would expand to more characters than the reference itself is
+    // malformed XML here, so memory stays bounded by the input (the toolkit's default allows
+    // 4096 more characters per reference). External entities are never read.
     bool parse(const QString& path);
 
 private:

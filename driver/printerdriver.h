@@ -103,6 +103,10 @@ protected:
     // A text converted to a whole number with the toolkit's base-10 rule (bad or missing: 0).
     static int toInt(const QString& text);
     QString setting(const char* key) const;
+    // False when the output could not be opened or a write to it has failed (a full disk):
+    // writers then drop their text. QTextStream keeps every later text in memory once a write
+    // has failed, so without this a failed device would hold the whole document.
+    bool writable() const;
 
     PAConfiguration* m_configuration; // not owned
     QString m_method;
