@@ -1,5 +1,6 @@
 // Part 1.1 (command-line driver) and the bad inputs of the foundation issue, tested as the
 // suite runs the program: the built pastrel-print, a HOME of the test's own.
+#include "samplereceipt.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -7,22 +8,13 @@
 
 namespace {
 
+using testsupport::kEnd;
+using testsupport::kReceiptConf;
+using testsupport::kSeparator;
 using testsupport::readFile;
+using testsupport::receiptDocument;
+using testsupport::receiptHead;
 using testsupport::TempHome;
-
-const QByteArray kEnd = QByteArray(9, '\n') + "\r\x1bi\x1e";
-const QByteArray kSeparator(40, '=');
-const QByteArray kReceiptConf = "pastrel : { receiptdoc : { openCashDrawer = \"true\"; }; };";
-
-// A receipt head with serial number 'serial', rendered by Part 2.4 with 40 columns.
-QByteArray receiptHead(const QByteArray& serial) {
-    return " Serial Number: " + serial + "\n" + kSeparator + "\n";
-}
-
-QByteArray receiptDocument(const QByteArray& serial) {
-    return "<doc><method name=\"printFullOrderReceipt\"/><receipt serialnumber=\"" + serial +
-           "\"/></doc>";
-}
 
 class Cli : public ::testing::Test {
 protected:

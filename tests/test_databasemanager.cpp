@@ -100,11 +100,7 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(cluster.isValid()) << cluster.problem().toStdString();
         qputenv("HOME", QFile::encodeName(home.path()));
-        // createConnection sets no port: libpq (under Qt's QPSQL) takes PGPORT, else 5432.
-        qputenv("PGPORT", QByteArray::number(cluster.port()));
-        for (const char* variable : {"PGPASSWORD", "PGPASSFILE", "PGSERVICE", "PGHOST",
-                                     "PGHOSTADDR", "PGUSER", "PGDATABASE", "PGOPTIONS"})
-            qunsetenv(variable);
+        cluster.exportClientEnvironment();
         home.writeConfig(loggerConfig(home.path()));
         QString problem;
         database = cluster.createDatabase(&problem);

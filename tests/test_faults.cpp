@@ -10,6 +10,7 @@
 // input is /dev/zero or over 64 MiB (Cli.DevZeroInputEndsWithNothingWritten,
 // Cli.DocumentLargerThanLimitEndsAsMalformed), all in tests/test_cli.cpp.
 #include "logger.h"
+#include "samplereceipt.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -32,27 +33,16 @@
 
 namespace {
 
+using testsupport::kDrawer;
+using testsupport::kEnd;
+using testsupport::kReceiptConf;
 using testsupport::readFile;
+using testsupport::receiptDocument;
+using testsupport::receiptHead;
 using testsupport::TempHome;
 using testsupport::writeFile;
 
 // Part 3.1: the end sequence (nine line feeds, carriage return, cut, pulse) and the drawer.
-const QByteArray kEnd = QByteArray(9, '\n') + "\r\x1bi\x1e";
-const QByteArray kDrawer = "\x1bp0";
-const QByteArray kSeparator(40, '=');
-// The drawer setting makes a read configuration visible in the output: its bytes come only when
-// the file was read (Part 2.1, "openCashDrawer").
-const QByteArray kReceiptConf = "pastrel : { receiptdoc : { openCashDrawer = \"true\"; }; };";
-
-// A receipt head with serial number 'serial' (Part 2.4, 40 columns).
-QByteArray receiptHead(const QByteArray& serial) {
-    return " Serial Number: " + serial + "\n" + kSeparator + "\n";
-}
-
-QByteArray receiptDocument(const QByteArray& serial) {
-    return "<doc><method name=\"printFullOrderReceipt\"/><receipt serialnumber=\"" + serial +
-           "\"/></doc>";
-}
 
 // Part 4.1's message for a configuration file that cannot be opened.
 QByteArray fileNotFound(const QString& path) {

@@ -21,10 +21,7 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(cluster.isValid()) << cluster.problem().toStdString();
         qputenv("HOME", QFile::encodeName(home.path()));
-        qputenv("PGPORT", QByteArray::number(cluster.port()));
-        for (const char* variable : {"PGPASSWORD", "PGPASSFILE", "PGSERVICE", "PGHOST",
-                                     "PGHOSTADDR", "PGUSER", "PGDATABASE", "PGOPTIONS"})
-            qunsetenv(variable);
+        cluster.exportClientEnvironment();
         QString problem;
         database = cluster.createDatabase(&problem);
         ASSERT_FALSE(database.isEmpty()) << problem.toStdString();

@@ -139,6 +139,13 @@ void PgCluster::dropDatabase(const QString& name) const {
         &ignored);
 }
 
+void PgCluster::exportClientEnvironment() const {
+    qputenv("PGPORT", QByteArray::number(m_port));
+    for (const char* variable : {"PGPASSWORD", "PGPASSFILE", "PGSERVICE", "PGHOST", "PGHOSTADDR",
+                                 "PGUSER", "PGDATABASE", "PGOPTIONS"})
+        qunsetenv(variable);
+}
+
 int PgCluster::sessionsWaitingForLock(const QString& database) const {
     QString problem;
     const QString count =

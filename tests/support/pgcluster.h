@@ -54,6 +54,12 @@ public:
     // Number of sessions on database waiting for a lock (pg_stat_activity).
     int sessionsWaitingForLock(const QString& database) const;
 
+    // Points the libpq under Qt's QPSQL at this server for the code under test: Part 7.1's
+    // createConnection sets no port, so libpq takes PGPORT (else 5432); every other PG*
+    // variable of the caller's environment is removed so it cannot pick another server,
+    // user or password.
+    void exportClientEnvironment() const;
+
 private:
     QString m_infoFile;
     QString m_problem;
