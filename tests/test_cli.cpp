@@ -21,12 +21,7 @@ protected:
     Cli() { home.writeConfig(kReceiptConf); }
 
     testsupport::Run print(const QStringList& arguments) {
-        testsupport::Run run =
-            testsupport::runProgram(testsupport::printProgram(), arguments, home.path());
-        EXPECT_TRUE(run.finished);
-        EXPECT_FALSE(run.crashed);
-        EXPECT_EQ(run.exitCode, 0);
-        return run;
+        return testsupport::runPrint(arguments, home.path());
     }
 
     QString write(const QString& name, const QByteArray& bytes) {

@@ -102,4 +102,15 @@ QString printProgram() {
     return QStringLiteral(PASTREL_PRINT);
 }
 
+Run expectEndsWithStatusZero(const Run& run) {
+    EXPECT_TRUE(run.finished);
+    EXPECT_FALSE(run.crashed);
+    EXPECT_EQ(run.exitCode, 0);
+    return run;
+}
+
+Run runPrint(const QStringList& arguments, const QString& home, const QProcessEnvironment& extra) {
+    return expectEndsWithStatusZero(runProgram(printProgram(), arguments, home, extra));
+}
+
 } // namespace testsupport

@@ -65,4 +65,12 @@ Run runProgram(const QString& program, const QStringList& arguments, const QStri
 // The built pastrel-print.
 QString printProgram();
 
+// Checks what Part 1.1 promises for every run of pastrel-print: it ends, without crashing, with
+// exit status 0 (EXPECTs: the caller's test goes on). Returns run.
+Run expectEndsWithStatusZero(const Run& run);
+
+// Runs pastrel-print as the suite does, with expectEndsWithStatusZero.
+Run runPrint(const QStringList& arguments, const QString& home,
+             const QProcessEnvironment& extra = QProcessEnvironment());
+
 } // namespace testsupport
