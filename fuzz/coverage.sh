@@ -6,6 +6,9 @@
 set -euo pipefail
 fuzz=$1 cov=$2
 src=$(cd "$(dirname "$0")/.." && pwd)
+for target in cfg document document_config; do
+    [[ -d $fuzz/corpus/$target ]] || { echo "no corpus in $fuzz/corpus/$target: run make fuzz first" >&2; exit 1; }
+done
 flags="-fprofile-instr-generate -fcoverage-mapping"
 CXX=clang++ cmake -S "$src" -B "$cov" -DPASTREL_BUILD_TESTS=OFF \
     -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" >/dev/null
