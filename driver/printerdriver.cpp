@@ -40,28 +40,23 @@ PrinterDriver::PrinterDriver(const QString& path, bool append)
 }
 
 PrinterDriver::~PrinterDriver() {
-    bool failed = false;
-    QString reason;
     if (m_stream) {
         m_stream->flush();
-        failed = m_stream->status() != QTextStream::Ok;
-        reason = m_file->errorString();
-    }
-    m_file->close(); // flushes the file's own buffer: a late failure shows here
-    if (m_stream && !failed && m_file->error() != QFileDevice::NoError) {
-        failed = true;
-        reason = m_file->errorString();
-    }
-    if (failed) {
-        // No Part covers a failed write (the open succeeded, so Part 2.1's message does not
-        // apply): standard output stays as the Parts say, and one line on standard error tells
-        // the till's log why the document did not print (docs/robustness.md).
-        std::cerr << "pastrel-print: write error on "
-                  << QFile::encodeName(m_file->fileName()).constData() << ": "
-                  << reason.toLocal8Bit().constData() << std::endl;
+        const bool streamFailed = m_stream->status() != QTextStream::Ok;
+        const QString streamError = m_file->errorString(); // close() may clear it
+        m_file->close(); // flushes the file's own buffer: a late failure shows here
+        if (streamFailed || m_file->error() != QFileDevice::NoError) {
+            // No Part covers a failed write (the open succeeded, so Part 2.1's message does not
+            // apply): standard output stays as the Parts say, and one line on standard error
+            // tells the till's log why the document did not print (docs/robustness.md).
+            const QString reason = streamFailed ? streamError : m_file->errorString();
+            std::cerr << "pastrel-print: write error on "
+                      << QFile::encodeName(m_file->fileName()).constData() << ": "
+                      << reason.toLocal8Bit().constData() << std::endl;
+        }
     }
     delete m_stream;
-    delete m_file;
+    delete m_file; // an output that never opened needs no close
 }
 
 bool PrinterDriver::writable() const {

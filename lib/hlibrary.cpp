@@ -47,6 +47,13 @@ bool openWithoutTruncation(QFile& file, const QString& path) {
     return true;
 }
 
+// Step 1 of both copies: the source read-only first (an unopenable source creates no target),
+// then the target write-only without truncation.
+bool openForCopy(QFile& in, const QString& source, QFile& out, const QString& target) {
+    in.setFileName(source);
+    return in.open(QIODevice::ReadOnly) && openWithoutTruncation(out, target);
+}
+
 // One piece: at most 127 bytes up to and including a line end. Zero or less: nothing could be
 // read, which ends a copy like the end of the source (so a source that is not a regular file
 // cannot keep the loop turning).
@@ -172,11 +179,9 @@ QString HLibrary::hostname() {
 bool HLibrary::copy(const QString& source, const QString& target, unsigned int lines,
                     unsigned int delay, unsigned int page) {
     const SigPipeBlock block;
-    QFile in(source);
-    if (!in.open(QIODevice::ReadOnly))
-        return false;
+    QFile in;
     QFile out;
-    if (!openWithoutTruncation(out, target))
+    if (!openForCopy(in, source, out, target))
         return false;
     char buffer[kLineBuffer];
 
@@ -211,11 +216,9 @@ bool HLibrary::copy(const QString& source, const QString& target, unsigned int l
 bool HLibrary::copy(const QString& source, const QString& target, unsigned int sheetLines,
                     unsigned int delay) {
     const SigPipeBlock block;
-    QFile in(source);
-    if (!in.open(QIODevice::ReadOnly))
-        return false;
+    QFile in;
     QFile out;
-    if (!openWithoutTruncation(out, target))
+    if (!openForCopy(in, source, out, target))
         return false;
     char buffer[kLineBuffer];
 

@@ -74,6 +74,16 @@ protected:
         return path;
     }
 
+    // Renders the sample receipt with serial number 'serial' from in.xml to out.prn in the
+    // test's home; the output's bytes go to *output.
+    testsupport::Run printReceipt(const QByteArray& serial, QByteArray* output) {
+        const QString input = write(QStringLiteral("in.xml"), receiptDocument(serial));
+        const QString path = home.file(QStringLiteral("out.prn"));
+        const testsupport::Run run = print({input, path});
+        *output = readFile(path);
+        return run;
+    }
+
     TempHome home;
 };
 
@@ -254,11 +264,10 @@ TEST_F(Fault, UnreadableConfigurationReportsFileNotFoundAndRendersDefaults) {
 // Before the fix the stream opened the folder and threw at the first read: the program aborted.
 TEST_F(Fault, ConfigurationFolderReportsFileNotFoundAndRendersDefaults) {
     ASSERT_TRUE(QDir().mkpath(home.configPath()));
-    const QString input = write(QStringLiteral("in.xml"), receiptDocument("4"));
-    const QString output = home.file(QStringLiteral("out.prn"));
-    const testsupport::Run run = print({input, output});
+    QByteArray output;
+    const testsupport::Run run = printReceipt("4", &output);
     EXPECT_EQ(run.out, fileNotFound(home.configPath()));
-    EXPECT_BYTES(receiptHead("4") + kEnd, readFile(output));
+    EXPECT_BYTES(receiptHead("4") + kEnd, output);
 }
 
 // A configuration that opens but fails at its first read (EIO: /proc/self/mem at offset 0, as a
@@ -270,11 +279,10 @@ TEST_F(Fault, ConfigurationReadErrorReportsFileNotFoundAndRendersDefaults) {
     ASSERT_EQ(memory.read(&byte, 1), -1); // the read error this test relies on
     ASSERT_TRUE(QDir().mkpath(home.file(QStringLiteral(".pastrel/conf"))));
     ASSERT_TRUE(QFile::link(QStringLiteral("/proc/self/mem"), home.configPath()));
-    const QString input = write(QStringLiteral("in.xml"), receiptDocument("5"));
-    const QString output = home.file(QStringLiteral("out.prn"));
-    const testsupport::Run run = print({input, output});
+    QByteArray output;
+    const testsupport::Run run = printReceipt("5", &output);
     EXPECT_EQ(run.out, fileNotFound(home.configPath()));
-    EXPECT_BYTES(receiptHead("5") + kEnd, readFile(output));
+    EXPECT_BYTES(receiptHead("5") + kEnd, output);
 }
 
 // Part 4.1: malformed "cfg" text is never rejected. Ten megabytes of seeded random bytes: the
@@ -282,11 +290,10 @@ TEST_F(Fault, ConfigurationReadErrorReportsFileNotFoundAndRendersDefaults) {
 // "true", so the document renders with the defaults. No message: the file opened.
 TEST_F(Fault, RandomTenMegabyteConfigurationRendersWithDefaults) {
     home.writeConfig(randomBytes(10 * 1024 * 1024, 20260914));
-    const QString input = write(QStringLiteral("in.xml"), receiptDocument("6"));
-    const QString output = home.file(QStringLiteral("out.prn"));
-    const testsupport::Run run = print({input, output});
+    QByteArray output;
+    const testsupport::Run run = printReceipt("6", &output);
     EXPECT_EQ(run.out, "");
-    EXPECT_BYTES(receiptHead("6") + kEnd, readFile(output));
+    EXPECT_BYTES(receiptHead("6") + kEnd, output);
 }
 
 // The same ten megabytes without ":" and "}", inside the receipt's group, so that the reader
@@ -297,11 +304,10 @@ TEST_F(Fault, RandomTenMegabyteGroupBodyIsReadToItsEnd) {
     body.replace(':', "").replace('}', "");
     ASSERT_GT(body.size(), 10 * 1024 * 1024 - 100000);
     home.writeConfig("pastrel : { receiptdoc : {" + body + "=x; openCashDrawer = \"true\"; }; };");
-    const QString input = write(QStringLiteral("in.xml"), receiptDocument("7"));
-    const QString output = home.file(QStringLiteral("out.prn"));
-    const testsupport::Run run = print({input, output});
+    QByteArray output;
+    const testsupport::Run run = printReceipt("7", &output);
     EXPECT_EQ(run.out, "");
-    EXPECT_BYTES(receiptHead("7") + kEnd + kDrawer, readFile(output));
+    EXPECT_BYTES(receiptHead("7") + kEnd + kDrawer, output);
 }
 
 // ---- The log folder --------------------------------------------------------------------------
@@ -320,11 +326,10 @@ TEST_F(Fault, MissingLogFolderDocumentRendersAndNoLogIsMade) {
     const QString logs = home.file(QStringLiteral("logs"));
     home.writeConfig(loggerConf(logs));
     ASSERT_FALSE(QFileInfo::exists(logs));
-    const QString input = write(QStringLiteral("in.xml"), receiptDocument("8"));
-    const QString output = home.file(QStringLiteral("out.prn"));
-    const testsupport::Run run = print({input, output});
+    QByteArray output;
+    const testsupport::Run run = printReceipt("8", &output);
     EXPECT_EQ(run.out, "");
-    EXPECT_BYTES(receiptHead("8") + kEnd + kDrawer, readFile(output));
+    EXPECT_BYTES(receiptHead("8") + kEnd + kDrawer, output);
     EXPECT_FALSE(QFileInfo::exists(logs));
 }
 
