@@ -148,6 +148,10 @@ protected:
 
 private:
     using Layout = void (PrinterDriver::*)(const QString&, const Attributes&);
+    // The three column headings of the order documents: unit price and amount, the abstract
+    // order's price alone, and the delivery note's none.
+    enum class ColumnsHeader { Priced, AbstractOrder, Unpriced };
+    void printColumnsHeaderOnce(ColumnsHeader kind);
     void printAddress(const QString& address);
     void printLabelLine(const char* label, const QString& text);
     // Shared rows of the order documents (Parts 2.6, 2.7, 2.10, 2.11), reused by the three
@@ -156,7 +160,6 @@ private:
     static QString variantDescription(const Attributes& attributes);
     void requestDishSize(const QString& name);
     void printKitchenVariantRow(const Attributes& attributes);
-    void printPricedHeading();
     void printReceiptDishRow(const Attributes& attributes);
     void printPricedVariantRow(const Attributes& attributes);
     void printAbstractOrderRow(const Attributes& attributes);

@@ -84,6 +84,23 @@ void PrinterDriver::printColumnsHeader(const QString& quantity, const QString& d
     setCharSize();
 }
 
+void PrinterDriver::printColumnsHeaderOnce(ColumnsHeader kind) {
+    // Once it has been printed, its labels are not even looked up again.
+    if (m_oneTimeDone)
+        return;
+    switch (kind) {
+    case ColumnsHeader::Priced:
+        printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+        break;
+    case ColumnsHeader::AbstractOrder:
+        printColumnsHeader(tr("Num"), tr("Description"), QString(), tr("Price"));
+        break;
+    case ColumnsHeader::Unpriced:
+        printColumnsHeader(tr("Num"), tr("Description"), QString(), QString());
+        break;
+    }
+}
+
 void PrinterDriver::printSeparatorLine() {
     println(QString().leftJustified(m_paperWidth, QLatin1Char('=')));
 }

@@ -1,7 +1,5 @@
-// The full-order invoice, delivery note and fiscal document: layouts left to the implementer
-// (Part 2.5, "Left to the implementer"). Their element tables are in docs/documents.md, which is
-// the reference for every choice below; they reuse the rows of Parts 2.6, 2.7, 2.10 and 2.11 and
-// print no label of their own.
+// The invoices (full and abstract order) and the delivery note: the documents that carry the
+// customer block and, on the invoices, the tax summary.
 #include "printerdriver.h"
 
 void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes& attributes) {
@@ -19,6 +17,28 @@ void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes&
     }
 }
 
+void PrinterDriver::printAbstractOrderInvoice(const QString& name, const Attributes& attributes) {
+    if (printSections(name, attributes))
+        return;
+    if (name == QLatin1String("customer")) {
+        printCustomerHeader(attributes);
+    } else if (name == QLatin1String("receipe_type")) {
+        printAbstractOrderRow(attributes);
+    } else if (name == QLatin1String("totals")) {
+        printTaxSummary(attributes);
+    }
+}
+
+void PrinterDriver::printTaxSummary(const Attributes& attributes) {
+    setBold();
+    println(QString());
+    printTotalRow("Taxable", value(attributes, "taxable"));
+    printTotalRow("TaxRate", value(attributes, "taxrate"));
+    printTotalRow("Tax", value(attributes, "tax"));
+    printTotalRow("TOTAL", value(attributes, "total"));
+    setCharSize();
+}
+
 void PrinterDriver::printFullOrderDelivery(const QString& name, const Attributes& attributes) {
     if (printSections(name, attributes))
         return;
@@ -26,28 +46,12 @@ void PrinterDriver::printFullOrderDelivery(const QString& name, const Attributes
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
         // No prices on a delivery note: empty price and amount headings.
-        // Printed once per run (Part 2.3): once it has been, its labels are not built again.
-        if (!m_oneTimeDone)
-            printColumnsHeader(tr("Num"), tr("Description"), QString(), QString());
+        printColumnsHeaderOnce(ColumnsHeader::Unpriced);
         requestDishSize(name); // the size requests of the kitchen order (Part 2.6)
         // Blank fill: dots leading to no amount would only waste ink.
         println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
                                QString(), QLatin1Char(' '), QStringLiteral("qxd")));
     } else if (name == QLatin1String("variant")) {
         printKitchenVariantRow(attributes); // the kitchen order's variant row (Part 2.6)
-    }
-}
-
-void PrinterDriver::printFullOrderFiscal(const QString& name, const Attributes& attributes) {
-    // No printSections, as in Part 2.7's fiscal document: a fiscal printer prints the legal head
-    // from its own memory. Every row goes to the fiscal hooks; the company back-end ignores them.
-    if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
-        printRowFiscal(value(attributes, "department"), value(attributes, "number"),
-                       value(attributes, "name"), value(attributes, "price"));
-    } else if (name == QLatin1String("variant")) {
-        printRowFiscal(value(attributes, "department"), value(attributes, "number"),
-                       variantDescription(attributes), value(attributes, "price"));
-    } else if (name == QLatin1String("total")) {
-        printRowFiscal(name, attributes);
     }
 }
