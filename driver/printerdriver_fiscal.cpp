@@ -3,7 +3,7 @@
 #include "printerdriver.h"
 
 void PrinterDriver::printFullOrderFiscal(const QString& name, const Attributes& attributes) {
-    // No printSections, as in Part 2.7's fiscal document: a fiscal printer prints the legal head
+    // No printSections, as in the abstract fiscal document: a fiscal printer prints the legal head
     // from its own memory. Every row goes to the fiscal hooks; the company back-end ignores them.
     if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
         printRowFiscal(value(attributes, "department"), value(attributes, "number"),
@@ -17,7 +17,7 @@ void PrinterDriver::printFullOrderFiscal(const QString& name, const Attributes& 
 }
 
 void PrinterDriver::printAbstractOrderFiscal(const QString& name, const Attributes& attributes) {
-    // No printSections here (Part 2.7).
+    // No printSections: a fiscal printer prints the legal head from its own memory.
     if (name == QLatin1String("receipe_type")) {
         // The quantity is always the text "1": one per sale kind.
         printRowFiscal(value(attributes, "department"), QStringLiteral("1"),

@@ -8,12 +8,12 @@ void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes&
     if (name == QLatin1String("customer")) {
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
-        // The receipt's dish row (Part 2.10); no "=" marker here: that is Part 2.11's alone.
+        // The receipt's dish row; the "=" marker of printFullOrder does not apply here.
         printReceiptDishRow(attributes);
     } else if (name == QLatin1String("variant")) {
-        printPricedVariantRow(attributes); // the full order's variant row (Part 2.11)
+        printPricedVariantRow(attributes); // the full order's variant row
     } else if (name == QLatin1String("totals")) {
-        printTaxSummary(attributes); // the abstract invoice's four rows (Part 2.7)
+        printTaxSummary(attributes); // the abstract invoice's four rows
     }
 }
 
@@ -47,11 +47,11 @@ void PrinterDriver::printFullOrderDelivery(const QString& name, const Attributes
     } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
         // No prices on a delivery note: empty price and amount headings.
         printColumnsHeaderOnce(ColumnsHeader::Unpriced);
-        requestDishSize(name); // the size requests of the kitchen order (Part 2.6)
+        requestDishSize(name); // the size requests of the kitchen ticket
         // Blank fill: dots leading to no amount would only waste ink.
         println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
                                QString(), QLatin1Char(' '), QStringLiteral("qxd")));
     } else if (name == QLatin1String("variant")) {
-        printKitchenVariantRow(attributes); // the kitchen order's variant row (Part 2.6)
+        printKitchenVariantRow(attributes); // the kitchen ticket's variant row
     }
 }

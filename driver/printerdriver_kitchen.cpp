@@ -9,7 +9,8 @@ void PrinterDriver::printPartialOrder(const QString& name, const Attributes& att
     if (name == QLatin1String("customer")) {
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("orderinfo")) {
-        // Never reached: printSections takes "orderinfo" first. Kept as Part 2.6 says.
+        // Unreachable on purpose: printSections() prints the order block for "orderinfo" first,
+        // so a kitchen ticket has no Num/Description heading.
         setBold();
         println(descriptionRow(tr("Num"), tr("Description"), QString(), QString(), QLatin1Char(' '),
                                QStringLiteral("qd")));
@@ -23,5 +24,6 @@ void PrinterDriver::printPartialOrder(const QString& name, const Attributes& att
 }
 
 void PrinterDriver::printAbstractOrder(const QString&, const Attributes&) {
-    // Intentionally empty: not even printSections is consulted (Part 2.7).
+    // Intentionally empty: not even printSections is consulted. A document with this method
+    // prints only the end of the document (feed, cut, drawer).
 }

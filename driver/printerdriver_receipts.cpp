@@ -9,7 +9,8 @@ void PrinterDriver::printFullOrder(const QString& name, const Attributes& attrib
         printCustomerHeader(attributes);
     } else if (name == QLatin1String("receipe")) {
         const QString dish = value(attributes, "name");
-        // A dish whose name begins with "=" is skipped, heading request included (Part 2.11).
+        // A dish whose name begins with "=" is skipped, heading request included: a leading "=" is
+        // how the producing programs mark a dish this document must leave out. Its variants print.
         if (dish.startsWith(QLatin1Char('=')))
             return;
         printColumnsHeaderOnce(ColumnsHeader::Priced);
@@ -37,7 +38,7 @@ void PrinterDriver::printFullOrderReceipt(const QString& name, const Attributes&
         printTotalRow("TOTAL", value(attributes, "price"));
     } else if (name == QLatin1String("notPaid")) {
         println(QString());
-        // Four leading blanks and one trailing blank belong to the label (Part 2.10).
+        // Four leading blanks and one trailing blank belong to the label (and its translation).
         println(tr("    Amount not paid: ") + value(attributes, "price"));
     }
 }
@@ -52,7 +53,8 @@ void PrinterDriver::printAbstractOrderReceipt(const QString& name, const Attribu
         printTotalRow("TOTAL", value(attributes, "price"));
     } else if (name == QLatin1String("notPaid")) {
         println(QString());
-        // Three leading blanks and an untranslated label (Part 2.7).
+        // Three leading blanks and an untranslated label: this receipt has always printed
+        // the line in Italian, whatever the catalogue.
         println(QStringLiteral("   Corrispettivo non pagato: ") + value(attributes, "price"));
     }
 }

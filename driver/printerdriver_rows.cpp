@@ -12,7 +12,8 @@ const QString kQxdpt = QStringLiteral("qxdpt");
 } // namespace
 
 QString PrinterDriver::variantSign(const QString& quantity) {
-    // Part 2.6: a numeric comparison; text that is not a number counts as 0.
+    // A numeric comparison; text that is not a number counts as 0. "-1" and "0" mean "without",
+    // "1" means "with"; any other count is printed as it is.
     const double number = quantity.toDouble();
     if (number == -1.0 || number == 0.0)
         return QStringLiteral("-");
@@ -22,12 +23,12 @@ QString PrinterDriver::variantSign(const QString& quantity) {
 }
 
 QString PrinterDriver::variantDescription(const Attributes& attributes) {
-    // The sign rule of Part 2.6, then one blank and the name.
+    // The sign, then one blank and the name.
     return variantSign(value(attributes, "quantity")) + kBlank + value(attributes, "name");
 }
 
 void PrinterDriver::requestDishSize(const QString& name) {
-    // Part 2.6: a dish asks for the normal size, an "other dish" for size 1.
+    // A dish asks for the normal size, an "other dish" for size 1.
     if (name == QLatin1String("receipe"))
         setCharSize();
     else
@@ -35,13 +36,13 @@ void PrinterDriver::requestDishSize(const QString& name) {
 }
 
 void PrinterDriver::printKitchenVariantRow(const Attributes& attributes) {
-    // Part 2.6: no size request precedes a variant line.
+    // No size request precedes a variant line.
     println(descriptionRow(value(attributes, "number"), variantDescription(attributes), QString(),
                            QString(), kDot, kQd));
 }
 
 void PrinterDriver::printReceiptDishRow(const Attributes& attributes) {
-    // Part 2.10: heading request, then count, " x ", name, unit price and amount.
+    // Heading request, then count, " x ", name, unit price and amount.
     printColumnsHeaderOnce(ColumnsHeader::Priced);
     println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
                            value(attributes, "price"), value(attributes, "totalPrice"), kDot,
@@ -49,14 +50,13 @@ void PrinterDriver::printReceiptDishRow(const Attributes& attributes) {
 }
 
 void PrinterDriver::printPricedVariantRow(const Attributes& attributes) {
-    // Part 2.11: "qdpt", so the sign stands where " x " stands in a dish row; no heading.
+    // "qdpt", so the sign stands where " x " stands in a dish row; no heading.
     println(descriptionRow(value(attributes, "number"), variantDescription(attributes),
                            value(attributes, "price"), value(attributes, "totalPrice"), kDot,
                            kQdpt));
 }
 
 void PrinterDriver::printAbstractOrderRow(const Attributes& attributes) {
-    // The third heading is empty (Part 2.7); the heading prints once per run (Part 2.3).
     printColumnsHeaderOnce(ColumnsHeader::AbstractOrder);
     println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
                            value(attributes, "price"), kDot, kQxdpt));
