@@ -121,7 +121,7 @@ void PrinterDriver::loadValues(const QString& doc) {
     m_paperRows = toInt(setting("paperRows"));
     if (m_paperWidth == 0)
         m_paperWidth = static_cast<int>(getPaperWidth());
-    setting("style"); // read and not used: no printer of the suite has styles
+    setting("style"); // read and not used; older configurations carry the key
 
     const struct {
         const char* key;
