@@ -1,4 +1,4 @@
-# The front door (DESIGN.md): every target installs what is missing, configures and builds.
+# The front door: every target installs what is missing, configures and builds.
 #   make run       set-up, build, render every sample document of examples/
 #   make test      set-up, build, run the whole test suite
 #   make bench     set-up, build, run the benchmarks of bench/
@@ -9,7 +9,7 @@ BUILD_DIR ?= build
 JOBS      ?= $(shell nproc)
 CMAKE_ARGS ?=
 
-# Debian packages the build, the tests and the demo need (DESIGN.md, "Dependencies").
+# Debian packages the build, the tests and the demo need (Debian 12).
 PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-tools \
             qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
 # setpriv: tests/test_faults.cpp runs the unreadable-configuration fault as nobody when root.

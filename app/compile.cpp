@@ -1,4 +1,5 @@
-// Part 1.1: command-line driver.
+// compile(): the work of pastrel-print. Checks the arguments, loads the label catalogue the
+// configuration names, and renders the input document into the output file.
 #include "compile.h"
 
 #include "companyprinterdriver.h"
@@ -14,7 +15,8 @@
 
 void compile(int argc, char** argv) {
     // Accepted when argc - 3, as an unsigned number, is at most 1: argc 3 or 4. A fourth
-    // argument is tolerated and ignored, deliberately (Part 1.1).
+    // argument is tolerated and ignored, so a caller that passes one more still gets its
+    // document.
     if (static_cast<unsigned int>(argc - 3) > 1) {
         std::cout << "Usage: " << (argc > 0 && argv[0] ? argv[0] : "") << " input_file output_file"
                   << std::endl;
@@ -24,7 +26,8 @@ void compile(int argc, char** argv) {
     const QString inputPath = QString::fromLocal8Bit(argv[1]);
     const QString outputPath = QString::fromLocal8Bit(argv[2]);
 
-    // QCoreApplication, not QApplication: only the translator needs it (DESIGN.md).
+    // QCoreApplication, not QApplication: only the translator needs it, and a till may have no
+    // display.
     QCoreApplication application(argc, argv);
     PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
 
@@ -36,7 +39,8 @@ void compile(int argc, char** argv) {
         (void)translator.load(basedir + QLatin1String("/pastrel_") + QLocale::system().name(),
                               QStringLiteral("."), QString(), QString());
     } else {
-        // Plain concatenation, no separator added (Part 1.1). A failed load is ignored.
+        // Plain concatenation, no separator added: basedir carries its own "/". A failed load
+        // is ignored and the labels print in English.
         (void)translator.load(basedir + file, QString(), QString(), QString());
     }
     QCoreApplication::installTranslator(&translator);
@@ -44,5 +48,5 @@ void compile(int argc, char** argv) {
     // Write-only and truncating (append false); the destructor closes the output.
     CompanyPrinterDriver driver(outputPath, false);
     DocumentReader reader(driver);
-    reader.parse(inputPath); // the result is not examined (Part 1.1)
+    reader.parse(inputPath); // the result is not examined: the exit status is always 0
 }

@@ -15,7 +15,7 @@
 
 namespace {
 
-// Searches item (an element's item) for the value item of fields, as Part 4.1's lookup walks
+// Searches item (an element's item) for the value item of fields, as the store's lookup walks
 // the tree: first field names the element, the last two the setting.
 QTreeWidgetItem* findIn(QTreeWidgetItem* item, const QStringList& fields) {
     if (item == nullptr || fields.size() < 2 || item->text(0) != fields.at(0))
@@ -109,7 +109,7 @@ void ConfigEditor::commitOpenEditor() {
 void ConfigEditor::closeEvent(QCloseEvent* event) {
     commitOpenEditor();
     if (m_modified && !m_saved && m_config != nullptr) {
-        m_config->loadListView(m_view); // rebuild the tree and save it (Part 4.3)
+        m_config->loadListView(m_view); // rebuild the tree and save it
         m_saved = true;
     }
     event->accept();

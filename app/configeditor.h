@@ -1,5 +1,5 @@
-// ConfigEditor: the window of "pastrel-config edit". It shows the view of Part 4.3 and lets the
-// maintainer rename the value items in place (Part 4.3 leaves the editing to the implementer);
+// ConfigEditor: the window of "pastrel-config edit". It shows the store's tree view and lets the
+// maintainer rename the value items in place;
 // when the window closes after a change, the store rebuilds its tree from the view and saves
 // it with loadListView.
 //
@@ -7,7 +7,7 @@
 //  - Only value items (the one leaf child of a setting's item) are editable; group and setting
 //    names are not, so the layout loadListView reads back cannot be broken from the window.
 //  - Closing without any change writes nothing: a save rewrites the file without truncation and
-//    drops top-level groups after the first (Part 4.3), which nobody should get for looking.
+//    drops top-level groups after the first, which nobody should get for looking.
 //  - An edit still open when the window closes is committed first, as if Return was pressed.
 #pragma once
 
@@ -34,7 +34,8 @@ public:
 
     // A value item: the only child of a setting's item, without children of its own.
     static bool isValueItem(const QTreeWidgetItem* item);
-    // The value item of a dotted key (Part 4.1 key, the first top-level group), or null.
+    // The value item of a dotted key (looked up as the store looks it up: the first field names
+    // the first top-level group, the last two the setting), or null.
     QTreeWidgetItem* findValueItem(const QString& key) const;
 
     // Scripted use (the test hook of pastrel-config): renames the value item of key through the

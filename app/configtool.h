@@ -1,7 +1,7 @@
 // configTool(): the command line of pastrel-config, the maintainers' tool over the till's
-// configuration file of Part 4.2 ($HOME/.pastrel/conf/pastrel.conf). main() returns its result.
+// configuration file ($HOME/.pastrel/conf/pastrel.conf). main() returns its result.
 //
-//   pastrel-config show       the tree, as printConfigTree prints it (Part 4.3)
+//   pastrel-config show       the tree, as printConfigTree prints it
 //   pastrel-config get KEY    one value and a line end (the empty line when absent or empty)
 //   pastrel-config edit       a window on the tree; value items are renamed in place and the
 //                             file is saved with loadListView when the window closes
@@ -10,10 +10,10 @@
 // Choices (docs/configuration.md):
 //  - No arguments, an unknown command or a wrong count: the usage line on standard error and
 //    status 2 (the usual status of a usage error; scripts can tell it from a run). The
-//    document compiler's "always 0" rule (Part 1.1) is about pastrel-print, not this tool.
+//    document compiler's "always 0" rule is about pastrel-print, not this tool.
 //  - show and get open no window and need no display: no QApplication is created for them.
 //  - get takes KEY's bytes as Latin-1 and prints the value's Latin-1 bytes, the reader's own rule
-//    (Part 4.1), so any byte sequence in the file is found and printed unchanged.
+//    (one byte, one character), so any byte sequence in the file is found and printed unchanged.
 //  - edit without a display (no DISPLAY, WAYLAND_DISPLAY or QT_QPA_PLATFORM) says so on standard
 //    error and returns 1 instead of letting the toolkit abort.
 //  - Test hook, not in the usage: with PASTREL_CONFIG_EDIT_SCRIPT naming a file, edit runs its

@@ -2,5 +2,5 @@
 
 int main(int argc, char** argv) {
     compile(argc, argv);
-    return 0; // whatever happened (Part 1.1)
+    return 0; // whatever happened: problems are reported as a line on standard output
 }

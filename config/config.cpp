@@ -40,7 +40,7 @@ private:
 };
 
 void attach(QDomElement& element, QDomNode& parent) {
-    // Attaching again is harmless in Part 4.1; attaching once is the same tree.
+    // An element is attached once; attaching it again would give the same tree.
     if (element.parentNode().isNull())
         parent.appendChild(element);
 }
@@ -76,7 +76,7 @@ bool Config::openFile(const QString& path) {
     m_input.clear();
     m_input.open(path.toLocal8Bit().toStdString(), std::ios::in | std::ios::binary);
     // A folder opens like a file and fails only at the first read, where the stream buffer
-    // throws: a file whose first byte cannot be read is Part 4.1's "unreadable" file, reported
+    // throws: a file whose first byte cannot be read is an unreadable file, reported
     // with the same message (docs/robustness.md).
     if (m_input.is_open() && !firstByteReadable())
         m_input.close();
@@ -105,7 +105,7 @@ int Config::readByte() {
         return m_input.rdbuf()->sbumpc();
     } catch (const std::exception&) {
         // A read error (a failing disk) throws from the stream buffer whatever the stream's
-        // exception mask: it ends the file here, and no operation throws (Part 4.1).
+        // exception mask: it ends the file here, and no operation of the store throws.
         m_input.close();
         return std::char_traits<char>::eof();
     }
@@ -165,7 +165,7 @@ Config::Stop Config::readBody(QDomElement element, QDomNode parent, int depth) {
 }
 
 void Config::loadFile() {
-    openFile(); // Part 4.1: not checked; a missing file reads as empty after the message
+    openFile(); // not checked: a missing file reads as empty after its message
     QDomElement top = m_document->createElement(m_fileName);
     if (readBody(top, *m_document, 0) == Stop::EndOfFile)
         closeFile();
@@ -183,7 +183,7 @@ void Config::loadXmlFile() {
         file.close();
         return;
     }
-    // Part 4.1 step 3: the file's first node moves under an element tagged with the path.
+    // The file's first node moves under an element tagged with the path, as for "cfg" files.
     QDomNode first = m_document->firstChild();
     QDomElement top = m_document->createElement(m_fileName);
     top.appendChild(first);
@@ -205,7 +205,7 @@ QString Config::lookup(QDomNode node, const QString& key) const {
     QDomElement element = node.toElement();
     if (element.tagName() != fields.at(0))
         return QString();
-    // A key of one field always yields the empty string (Part 4.1).
+    // A key of one field always yields the empty string.
     if (fields.size() < 2)
         return QString();
     if (fields.size() > 2 && !fields.at(2).isEmpty()) {

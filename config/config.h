@@ -1,11 +1,11 @@
-// libconfig::Config: the suite's configuration store (Part 4.1).
+// libconfig::Config: the suite's configuration store.
 //
 // Reads one file in the "cfg" or "xml" format into a QDomDocument whose top element is tagged
 // with the file's path, and answers dotted-key lookups such as "pastrel.logger.level".
 //
-// Choices where Part 4.1 leaves room (documented in docs/configuration.md as well):
+// Choices (documented in docs/configuration.md as well):
 //  - A name or raw value longer than 2047 bytes is truncated: the first 2047 bytes are kept,
-//    the rest up to its terminator is read and dropped (DESIGN.md, "Over-long cfg names").
+//    the rest up to its terminator is read and dropped, so the reading stays in step.
 //  - Groups nested deeper than kMaxGroupDepth end the reading there, as a top-level "}" does:
 //    what was read so far stays, the rest of the file is ignored. No real configuration comes
 //    near the limit; it keeps the stack and the tree bounded for hostile files.
@@ -14,8 +14,8 @@
 //    Latin-1, stay: they end UTF-8 letters such as "à" (C3 A0) in files written in UTF-8.
 //  - A path that opens but cannot be read (a folder) is reported by openFile() as a missing
 //    file is; a read error later in the file ends the file there.
-//  - A second constructor() call releases the earlier tree (the Part leaves it unreleased;
-//    nothing can observe the difference except a leak checker).
+//  - A second constructor() call releases the earlier tree (nothing can observe the difference
+//    except a leak checker).
 #pragma once
 
 #include <QDomDocument>
@@ -33,7 +33,8 @@ namespace libconfig {
 
 class Config {
 public:
-    // Limit of a name or raw value in bytes (Part 4.1: a 2048-byte buffer).
+    // Limit of a name or raw value in bytes: the suite has always read them into a 2048-byte
+    // buffer with its terminating zero.
     static constexpr int kMaxTokenBytes = 2047;
     // Deepest group nesting that is read (see the header comment).
     static constexpr int kMaxGroupDepth = 100;
@@ -59,7 +60,7 @@ public:
     QString lookup(const QString& key) const;
     QString lookup(QDomNode node, const QString& key) const;
 
-    // Part 4.3: tree views and export. Defined in configview.cpp (target pastrel_configview),
+    // Tree views and export. Defined in configview.cpp (target pastrel_configview),
     // so that programs without a display do not link Qt Widgets.
     QTreeWidget* newConfigListView();
     QTreeWidget* buildConfigListView();
@@ -75,7 +76,7 @@ public:
     void printConfigTree();
     void printConfigTree(QDomNode node);
 
-    // The tree (never null after constructor()); for the views of Part 4.3 and for tests.
+    // The tree (never null after constructor()); for the views and for tests.
     const QDomDocument* document() const { return m_document.get(); }
     const QString& fileName() const { return m_fileName; }
     const QString& format() const { return m_format; }

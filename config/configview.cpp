@@ -1,18 +1,18 @@
-// Part 4.3: the tree views and exports of libconfig::Config (declared in config.h) and
+// The tree views and exports of libconfig::Config (declared in config.h) and
 // PAConfiguration::newConfigListView(). Built as the library pastrel_configview, so that
 // pastrel-print, which links only pastrel_config, links no widget code.
 //
-// Choices where Part 4.3 leaves room (docs/configuration.md as well):
+// Choices (docs/configuration.md as well):
 //  - Attribute order. Qt 6 keeps an element's attributes in a hash whose order changes from one
-//    process to the next, so "attribute-map order" is taken sorted by name (exact,
+//    process to the next, so an element's settings are taken sorted by name (exact,
 //    case-sensitive): the view, the saved files and the printout are the same on every run.
 //  - Sibling items keep insertion order (the widget does not sort): an element's settings,
 //    then its groups in document order.
-//  - A child item without children (outside the layout, step 3) is skipped when rebuilding.
-//  - Each writer encodes as its reader decodes: "cfg" as Latin-1 (Part 4.1: one byte, one
-//    character), so every byte read comes back unchanged and a character above U+00FF typed into
-//    the view is saved as "?"; "xml" as UTF-8, the XML default (no declaration is written).
-//  - printConfigTree writes Latin-1 bytes ("8-bit text", as Part 4.2 converts).
+//  - A child item without children (neither a setting nor a group) is skipped when rebuilding.
+//  - Each writer encodes as its reader decodes: "cfg" as Latin-1 (the reader takes one byte as
+//    one character), so every byte read comes back unchanged and a character above U+00FF typed
+//    into the view is saved as "?"; "xml" as UTF-8, the XML default (no declaration is written).
+//  - printConfigTree writes Latin-1 bytes, the 8-bit text every lookup of the suite returns.
 #include "config.h"
 #include "paconfiguration.h"
 
@@ -36,7 +36,7 @@ namespace libconfig {
 
 namespace {
 
-// The one column of the view (Part 4.3, Data model).
+// The one column of the view; the suite's maintainers know the tree by this heading.
 QString columnLabel() {
     return QStringLiteral("ConfigurationFile");
 }
@@ -53,14 +53,15 @@ std::vector<QDomAttr> sortedAttributes(const QDomElement& element) {
     return attributes;
 }
 
-// Writer step 3: name, space, equals sign, space, double quote, value, double quote,
-// semicolon. No escaping (Part 4.3).
+// One setting of a saved "cfg" file: name, space, equals sign, space, double quote, value,
+// double quote, semicolon. No escaping: a value holding a double quote or ";" does not read back
+// the same.
 QString settingLine(const QDomAttr& attribute) {
     return attribute.name() + QLatin1String(" = \"") + attribute.value() + QLatin1String("\";");
 }
 
-// Part 4.3 writer step 2: write-only WITHOUT truncation, so a shorter text leaves the tail of
-// a longer old file. Qt 6's WriteOnly would truncate (DESIGN.md, porting traps).
+// Write-only WITHOUT truncation, as the suite's writers have always opened the file, so a shorter
+// text leaves the tail of a longer old file. Qt 6's WriteOnly alone would truncate.
 bool openWithoutTruncation(QFile& file, const QString& path) {
     if (path.isEmpty())
         return false;
@@ -82,7 +83,7 @@ void writeConfiguration(const QString& path, const QDomDocument* document,
                         QStringConverter::Encoding encoding, ElementWriter writeElement) {
     QFile file;
     if (!openWithoutTruncation(file, path))
-        return; // Part 4.3: nothing written, nothing reported
+        return; // nothing written, nothing reported
     QTextStream out(&file);
     out.setEncoding(encoding);
     const QDomElement top = document ? document->documentElement() : QDomElement();
@@ -107,18 +108,19 @@ void printLine(const QString& text) {
     std::cout << '\n';
 }
 
-// Part 4.3, rebuilding step 2 for the element just made from item under parent.
+// Rebuilds the settings and groups of the element just made from item under parent.
 void rebuildChildren(Config& config, QTreeWidgetItem* item, QDomElement element, QDomNode parent) {
     for (int i = 0; i < item->childCount(); ++i) {
         QTreeWidgetItem* child = item->child(i);
         if (child->childCount() == 0)
-            continue; // step 3: outside the layout; skipped (see the header comment)
+            continue; // neither a setting nor a group: skipped (see the header comment)
         QTreeWidgetItem* first = child->child(0);
         if (first->childCount() == 0)
             element.setAttribute(child->text(0), first->text(0));
         else
             // The parent's first child, not `element`: later sibling groups' subgroups hang
-            // under the first sibling. Long-standing behaviour of the save path (Part 4.3), kept.
+            // under the first sibling. Long-standing behaviour of the save path, which files saved
+            // by earlier versions already reflect; kept.
             config.loadListView(child, parent.firstChild());
     }
 }
@@ -172,7 +174,7 @@ void Config::loadListView(QTreeWidget* view) {
         buildConfigFile(QString());
     else if (m_format == QLatin1String("xml"))
         buildConfigXmlFile(QString());
-    // any other format saves nothing (Part 4.3)
+    // any other format saves nothing
 }
 
 void Config::loadListView(QTreeWidgetItem* item, QDomDocument* document) {
@@ -206,7 +208,8 @@ void Config::buildConfigXmlFile(const QString& path) {
 }
 
 void Config::buildConfigFile(QDomNode node, QTextStream& out) {
-    // Part 4.3: one indentation for the whole process, kept across calls.
+    // One indentation for the whole process, kept across calls: a second save starts where the
+    // first one left off, as it always has.
     static QString indentation;
     const QDomElement element = node.toElement(); // taken as an element without a check
     out << indentation << element.tagName() << ": " << '\n';
@@ -221,7 +224,7 @@ void Config::buildConfigFile(QDomNode node, QTextStream& out) {
 }
 
 void Config::buildConfigXmlFile(QDomNode node, QTextStream& out) {
-    // Part 4.3: the xml writer's own process-wide indentation.
+    // The xml writer's own process-wide indentation, kept across calls like the cfg writer's.
     static QString indentation;
     const QDomElement element = node.toElement();
     out << '\n' << indentation << '<' << element.tagName();
@@ -254,7 +257,7 @@ void Config::printConfigTree(QDomNode node) {
 
 } // namespace libconfig
 
-// Part 4.2: forwards to the store's view. Defined here, with the other widget code, so that
+// Forwards to the store's view. Defined here, with the other widget code, so that
 // pastrel_config stays free of Qt Widgets.
 QTreeWidget* PAConfiguration::newConfigListView() {
     return libconfig::Config::newConfigListView();

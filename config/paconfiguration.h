@@ -1,4 +1,4 @@
-// PAConfiguration: the process-wide view of $HOME/.pastrel/conf/pastrel.conf (Part 4.2),
+// PAConfiguration: the process-wide view of $HOME/.pastrel/conf/pastrel.conf,
 // reached through SyncSingleton<PAConfiguration>::instance().
 #pragma once
 
@@ -13,7 +13,8 @@ public:
     static QString configurationPath();
 
     // The setting's text, or the empty text. Key and value pass through 8-bit (Latin-1) text,
-    // so characters above U+00FF come back as "?" (Part 4.2, DESIGN.md).
+    // as the suite's programs have always passed them, so characters above U+00FF come back
+    // as "?".
     QString getStrValue(const QString& key) const;
 
     QTreeWidget* newConfigListView();

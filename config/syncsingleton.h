@@ -1,11 +1,12 @@
-// SyncSingleton<T>: lazily created, mutex-guarded process-wide instance (Part 4.2).
+// SyncSingleton<T>: lazily created, mutex-guarded process-wide instance.
 //
 // Double-checked creation: instance() tests the pointer without the lock and calls
 // createInstance() only when it is null; createInstance() tests again under the lock.
 // The pointer is a std::atomic (acquire/release) so the unlocked test is well defined in C++;
-// the Part's plain pointer would be a data race. instance() is the "inline test at each use
-// site" of the Part written once, so the use sites cannot get it wrong.
-// The destroyer deletes the instance at exit and, as the Part says, does not clear the pointer.
+// a plain pointer would be a data race. instance() is the test every use site would otherwise
+// repeat, written once, so the use sites cannot get it wrong.
+// The destroyer deletes the instance at exit and does not clear the pointer: nothing of the
+// suite asks for the instance after exit has begun.
 #pragma once
 
 #include <QMutex>

@@ -1,4 +1,5 @@
-// Part 3.1: company printer back-end.
+// The company printer's back-end: its paper width, its control sequences, and the way it
+// indents and centres a text.
 #include "companyprinterdriver.h"
 
 #include "controlcodes.h"
@@ -12,7 +13,7 @@ using namespace ControlCodes;
 namespace {
 constexpr unsigned int kPaperWidth = 40;
 
-// A control sequence as a text of one-byte characters, written like any text (Part 3.1).
+// A control sequence as a text of one-byte characters, written like any text.
 QString sequence(std::initializer_list<char> codes) {
     QString text;
     for (char code : codes)
@@ -35,7 +36,7 @@ void CompanyPrinterDriver::reset() {}
 void CompanyPrinterDriver::setBold() {}
 
 void CompanyPrinterDriver::setCharSize() {
-    // Deliberately only this: no size command (Part 3.1).
+    // Deliberately only this: the printer has one character size, so no size command is sent.
     m_justification = QStringLiteral("left");
 }
 
@@ -62,7 +63,7 @@ void CompanyPrinterDriver::openCashDrawer() {
 void CompanyPrinterDriver::startSection() {}
 
 void CompanyPrinterDriver::endSection() {
-    // One text through one print(0, ...): centred, it gets one run of blanks (DESIGN.md).
+    // One text through one print(0, ...): while centred, the whole feed gets one run of blanks.
     QString feed(kEndFeedLines, QLatin1Char(LF));
     feed += QLatin1Char(CR);
     print(0, feed);
@@ -79,9 +80,9 @@ void CompanyPrinterDriver::print(unsigned int indent, const QString& text) {
     const unsigned int length = static_cast<unsigned int>(text.size());
     unsigned int blanks = indent;
     if (m_justification == QLatin1String("center"))
-        blanks = (width - length) >> 1; // unsigned, as Part 3.1 says
+        blanks = (width - length) >> 1; // unsigned; a text wider than the paper is caught below
     if (width < length)
-        blanks = 0; // a long line loses its indent, deliberately (Part 3.1)
+        blanks = 0; // wider than the paper: no indent, the printer wraps it anyway
     *m_stream << QString(static_cast<int>(blanks), QLatin1Char(' ')) << text;
 }
 

@@ -1,5 +1,6 @@
-// CompanyPrinterDriver: the back-end for the 40-column company receipt printer (Part 3.1).
-// Turns the renderer's requests into text and control bytes on the base's output stream.
+// CompanyPrinterDriver: the printer back-end for the company's 40-column receipt printer: text
+// and its control bytes. Turns the renderer's requests into text and control bytes on the base's
+// output stream.
 #pragma once
 
 #include "printerdriver.h"
@@ -32,5 +33,5 @@ public:
     const QString& justification() const { return m_justification; }
 
 private:
-    QString m_companyText; // Part 3.1: a text member that no operation reads
+    QString m_companyText; // room for the company's own text; no operation reads it yet
 };

@@ -1,4 +1,4 @@
-// Control bytes of the company receipt printer (Part 3.1), one named constant each.
+// Control bytes of the company's receipt printer, one named constant each.
 #pragma once
 
 namespace ControlCodes {

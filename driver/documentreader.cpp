@@ -40,7 +40,7 @@ DocumentReader::DocumentReader(PrinterDriver& handler) : m_handler(handler) {}
 bool DocumentReader::parse(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return false; // Part 1.1: nothing reported, no end-of-document sequence
+        return false; // nothing reported, no end-of-document sequence
 
     BoundedDevice input(file, kMaxDocumentBytes);
     QXmlStreamReader reader(&input);

@@ -1,4 +1,4 @@
-// DocumentReader: the parse of DESIGN.md ("Reading the input"). A QXmlStreamReader loop over
+// DocumentReader: reads the input document for the renderer. A QXmlStreamReader loop over
 // the input file that calls the driver's SAX-shaped operations, streaming: memory does not grow
 // with the document.
 #pragma once

@@ -1,4 +1,5 @@
-// Part 2.1: printer driver core.
+// The renderer's own state: opening and closing the output, the document types and their
+// settings, and the small helpers every layout uses.
 #include "printerdriver.h"
 
 #include "paconfiguration.h"
@@ -12,9 +13,9 @@
 
 namespace {
 // A configured width is taken as at most this many cells (and at least minus this many).
-// Part 2.1 sets no bound, but a typing error such as "paperWidth = 2000000000" would make every
-// separator and row ask for gigabytes and abort the program, and extreme values would overflow
-// the width arithmetic of Part 2.3 (W - Wq - Wp - Wt - 3). Every real paper is far narrower, so
+// A typing error such as "paperWidth = 2000000000" would make every separator and row ask for
+// gigabytes and abort the program, and extreme values would overflow the width arithmetic of
+// descriptionRow (W - Wq - Wp - Wt - 3). Every real paper is far narrower, so
 // sane settings are untouched; negative widths keep their meaning (the text whole).
 constexpr int kMaxWidth = 1000;
 
@@ -34,7 +35,8 @@ PrinterDriver::PrinterDriver(const QString& path, bool append)
     if (m_file->open(mode)) {
         m_stream = new QTextStream(m_file);
     } else {
-        // Part 2.1: the required wording, mismatched class and operation names included.
+        // The suite's other programs look for exactly this line, wrong class and operation
+        // names and all: it must not be "corrected".
         std::cout << "PrintManager::printAbstractOrder(...): Unable To Open File" << std::endl;
     }
 }
@@ -46,9 +48,9 @@ PrinterDriver::~PrinterDriver() {
         const QString streamError = m_file->errorString(); // close() may clear it
         m_file->close(); // flushes the file's own buffer: a late failure shows here
         if (streamFailed || m_file->error() != QFileDevice::NoError) {
-            // No Part covers a failed write (the open succeeded, so Part 2.1's message does not
-            // apply): standard output stays as the Parts say, and one line on standard error
-            // tells the till's log why the document did not print (docs/robustness.md).
+            // The open succeeded, so the "Unable To Open File" line does not apply and standard
+            // output stays as the suite expects it; one line on standard error tells the till's
+            // log why the document did not print (docs/robustness.md).
             const QString reason = streamFailed ? streamError : m_file->errorString();
             std::cerr << "pastrel-print: write error on "
                       << QFile::encodeName(m_file->fileName()).constData() << ": "
@@ -104,7 +106,7 @@ QString PrinterDriver::documentPath(const QString& doc) {
         if (lower == QLatin1String(row.type))
             return QLatin1String(row.prefix);
     }
-    // Part 2.1: two blanks at the end of the label, kept as they are.
+    // Two blanks after the label: the suite's other programs match this line as it stands.
     std::cout << "Error into PrinterDriver::documentPath:  " << lower.toLocal8Bit().constData()
               << std::endl;
     return QStringLiteral("pastrel.prefiscaldoc.");
@@ -119,7 +121,7 @@ void PrinterDriver::loadValues(const QString& doc) {
     m_paperRows = toInt(setting("paperRows"));
     if (m_paperWidth == 0)
         m_paperWidth = static_cast<int>(getPaperWidth());
-    setting("style"); // Part 2.1 step 4: read, not used
+    setting("style"); // read and not used; older configurations carry the key
 
     const struct {
         const char* key;

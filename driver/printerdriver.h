@@ -1,15 +1,36 @@
-// PrinterDriver: the abstract document renderer (Parts 2.1 to 2.11).
+// PrinterDriver: the document renderer. It lays out the documents of the suite (kitchen ticket,
+// receipts, invoices, delivery note, fiscal documents, reports and lists) as fixed-width lines
+// and leaves the bytes of each request (bold, centring, cut, drawer) to a printer back-end, a
+// subclass such as CompanyPrinterDriver.
 //
-// It is the content handler of the parse (DESIGN.md, "Reading the input"): the four SAX-shaped
-// operations startDocument, startElement, endElement and endDocument. It owns the output file and
-// its text stream, holds the settings of the current document type (loadValues) and declares the
-// virtual interface through which the layout Parts drive a printer back-end (Part 3.1).
+// DocumentReader hands it the input as four operations: startDocument, startElement for every
+// element, endElement and endDocument. A <method name="..."/> element picks the layout operation
+// and loads that document type's settings (loadValues); every later element goes to it. The
+// driver owns the output file and its text stream.
 //
-// The layout operations live in one source file per Part: printerdriver_layout.cpp (2.3),
-// printerdriver_headers.cpp (2.4, 2.5), printerdriver_orders.cpp (2.6, 2.7, 2.10, 2.11),
-// printerdriver_fullorders.cpp (the three full-order documents left to the implementer),
-// printerdriver_report.cpp (2.8, 2.9); the element dispatch of
-// Part 2.2 is printerdriver_dispatch.cpp.
+// Where each document is laid out, and its sample in examples/documents/:
+//
+//   method                     source file                   sample
+//   printPartialOrder          printerdriver_kitchen.cpp     kitchen-order.xml
+//   printAbstractOrder         printerdriver_kitchen.cpp     abstract-order.xml
+//   printFullOrder             printerdriver_receipts.cpp    full-order.xml
+//   printFullOrderReceipt      printerdriver_receipts.cpp    full-order-receipt.xml
+//   printAbstractOrderReceipt  printerdriver_receipts.cpp    abstract-order-receipt.xml
+//   printFullOrderInvoice      printerdriver_invoices.cpp    full-order-invoice.xml
+//   printAbstractOrderInvoice  printerdriver_invoices.cpp    abstract-order-invoice.xml
+//   printFullOrderDelivery     printerdriver_invoices.cpp    full-order-delivery.xml
+//   printFullOrderFiscal       printerdriver_fiscal.cpp      full-order-fiscal.xml
+//   printAbstractOrderFiscal   printerdriver_fiscal.cpp      abstract-order-fiscal.xml
+//   printReport                printerdriver_reports.cpp     report.xml
+//   printSold                  printerdriver_reports.cpp     sold.xml
+//   printStatementOfAccount    printerdriver_reports.cpp     statement-of-account.xml
+//
+// The steps they share: the method table and element dispatch (printerdriver_dispatch.cpp); the
+// document heads and the section elements every method offers first (printerdriver_headers.cpp);
+// descriptionRow, the column heading and the separator (printerdriver_columns.cpp); the dish,
+// variant and total rows used by several documents (printerdriver_rows.cpp); opening the output,
+// the settings and the helpers (printerdriver.cpp). docs/documents.md describes every document
+// for the programs that write them.
 #pragma once
 
 #include <QString>
@@ -23,19 +44,20 @@ class PrinterDriver {
 public:
     using Attributes = QXmlStreamAttributes;
 
-    // Opens path write-only, appending when append is true, truncating otherwise (Part 2.1).
+    // Opens path write-only, appending when append is true, truncating otherwise.
     PrinterDriver(const QString& path, bool append);
     virtual ~PrinterDriver();
     PrinterDriver(const PrinterDriver&) = delete;
     PrinterDriver& operator=(const PrinterDriver&) = delete;
 
-    // SAX-shaped operations (Parts 2.1 and 2.2).
+    // The operations DocumentReader calls while it reads the input.
     virtual bool startDocument();
     virtual bool startElement(const QString& qName, const Attributes& attributes);
     virtual bool endElement(const QString& qName);
     virtual bool endDocument();
 
-    // Virtual operations in the slot order of Part 2.1.
+    // The virtual operations, numbered in their vtable order; a new operation goes at the end,
+    // so that the slots of the others stay where back-ends expect them.
     virtual unsigned int getPaperWidth() = 0;                                       // 1
     virtual void reset() {}                                                         // 2
     virtual void setBold() = 0;                                                     // 3
@@ -82,7 +104,7 @@ public:
     virtual void printStatementOfAccount(const QString& name, const Attributes& attributes);   // 42
     virtual bool printDuplicate();                                                             // 43
 
-    // Non-virtual members (Parts 2.1 and 2.3).
+    // Non-virtual members.
     void loadValues(const QString& doc);
     QString documentPath(const QString& doc);
     bool oneTime();
@@ -95,8 +117,8 @@ public:
     bool isOpen() const { return m_stream != nullptr; }
 
 protected:
-    // The translation lookup of the Parts: Qt 3's tr() with no comment in the default context,
-    // which is QCoreApplication::translate("QObject", ...) on Qt 6 (DESIGN.md).
+    // The translation lookup of every printed label: context "QObject", no comment, the context
+    // the suite's catalogues (translations/pastrel_it_IT.ts) have always used.
     static QString tr(const char* sourceText);
     // A missing attribute reads as the empty text.
     static QString value(const Attributes& attributes, const char* name);
@@ -120,13 +142,13 @@ protected:
     QString m_printerCharSize;
     QString m_printerIpAddress;
     QString m_printerPort;
-    // Settings of the current document type: 0 and false before the first method (DESIGN.md).
+    // Settings of the current document type: 0 and false before the first method.
     int m_quantityFieldWidth = 0;
     int m_priceFieldWidth = 0;
     int m_totalPriceFieldWidth = 0;
     int m_paperWidth = 40;
     int m_paperRows = 0;
-    QString m_text; // working text of the layout Parts
+    QString m_text; // working text for the layouts
     bool m_printGeometry = false;
     bool m_printHeader = false;
     bool m_printLogo = false;
@@ -148,24 +170,26 @@ protected:
 
 private:
     using Layout = void (PrinterDriver::*)(const QString&, const Attributes&);
+    // The three column headings of the order documents: unit price and amount, the abstract
+    // order's price alone, and the delivery note's none.
+    enum class ColumnsHeader { Priced, AbstractOrder, Unpriced };
+    void printColumnsHeaderOnce(ColumnsHeader kind);
     void printAddress(const QString& address);
     void printLabelLine(const char* label, const QString& text);
-    // Shared rows of the order documents (Parts 2.6, 2.7, 2.10, 2.11), reused by the three
-    // full-order documents of printerdriver_fullorders.cpp.
+    // The rows several order documents share (printerdriver_rows.cpp).
     static QString variantSign(const QString& quantity);
     static QString variantDescription(const Attributes& attributes);
     void requestDishSize(const QString& name);
     void printKitchenVariantRow(const Attributes& attributes);
-    void printPricedHeading();
     void printReceiptDishRow(const Attributes& attributes);
     void printPricedVariantRow(const Attributes& attributes);
     void printAbstractOrderRow(const Attributes& attributes);
     void printTotalRow(const char* label, const QString& amount);
     void printTaxSummary(const Attributes& attributes);
-    // Shared lines of the report (Part 2.8).
+    // The lines of the summary report (printerdriver_reports.cpp).
     QString dottedLabel(const QString& label);
     void printReportTitle(const char* title);
     void printDottedLine(const char* label, const QString& text);
     void printSerialsLine(const Attributes& attributes);
-    Layout m_layout = nullptr; // the layout operation named by m_method (Part 2.2)
+    Layout m_layout = nullptr; // the layout operation named by m_method
 };

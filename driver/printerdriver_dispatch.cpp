@@ -1,4 +1,5 @@
-// Part 2.2: element dispatch.
+// Element dispatch: a <method> element chooses the layout and the document type's settings;
+// every other element goes to the current layout.
 #include "printerdriver.h"
 
 #include <iostream>
@@ -16,7 +17,7 @@ bool PrinterDriver::startElement(const QString& qName, const Attributes& attribu
         return true;
     }
 
-    // The method table of Part 2.2, compared in this order. A statement of account uses the
+    // The method table, compared in this order. A statement of account uses the
     // report's settings and a full order those of the prefiscal document, deliberately.
     static const struct {
         const char* name;

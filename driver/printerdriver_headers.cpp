@@ -1,22 +1,24 @@
-// Part 2.4: document headers, and Part 2.5: section routing.
+// The head of a document: the section elements every method offers to printSections() first
+// (printers, geometry, headers, logo, company, receipt, invoice, delivery, orderinfo), and the
+// customer block.
 #include "printerdriver.h"
 
 #include <QStringList>
 
 namespace {
-// Part 2.4 prints that many empty lines for "topMargin"; a configuration asking for more than
+// "topMargin" asks for that many empty lines; a configuration asking for more than
 // this is taken as this many, so a typing error cannot make a till print paper for hours.
 constexpr int kMaxTopMargin = 1000;
 } // namespace
 
 void PrinterDriver::printLabelLine(const char* label, const QString& text) {
-    // "A label line": one blank, the label, one blank and the value (Part 2.4).
+    // A label line: one blank, the label, one blank and the value.
     print(1, tr(label));
     println(1, text);
 }
 
 void PrinterDriver::printAddress(const QString& address) {
-    // Fields up to the first empty one: "a,,b" prints only "a" (Part 2.4).
+    // Fields up to the first empty one: "a,,b" prints only "a".
     const QStringList fields = address.split(QLatin1Char(','));
     for (const QString& field : fields) {
         if (field.isEmpty())
@@ -34,7 +36,8 @@ void PrinterDriver::printGeometry(const Attributes&) {
 }
 
 void PrinterDriver::printPrinterInfo() {
-    // Not gated by any flag (Part 2.4).
+    // Not gated by any flag: every "headers" element names the printer the document was
+    // meant for.
     setCenterJustify();
     println(m_printerName);
     printSeparatorLine();
@@ -60,7 +63,8 @@ void PrinterDriver::printCompanyHeader(const Attributes& attributes) {
 }
 
 void PrinterDriver::printReceiptHeader(const Attributes& attributes) {
-    // Label and value as one text, unlike the invoice and delivery heads (Part 2.4, kept).
+    // Label and value as one text, unlike the invoice and delivery heads: a receipt's head has
+    // always read so, and the suite's other programs compare against it.
     println(1, tr("Serial Number: ") + value(attributes, "serialnumber"));
     printSeparatorLine();
 }
@@ -123,7 +127,7 @@ bool PrinterDriver::printSections(const QString& name, const Attributes& attribu
         printGeometry(attributes);
     } else if (name == QLatin1String("headers")) {
         printHeaders(attributes);
-        printPrinterInfo(); // whatever the header flag says (Part 2.5)
+        printPrinterInfo(); // whatever the header flag says
     } else if (name == QLatin1String("logo")) {
         printLogo();
     } else if (name == QLatin1String("company")) {

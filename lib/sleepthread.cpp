@@ -6,7 +6,7 @@ SleepThread::SleepThread(unsigned long milliseconds) : m_milliseconds(millisecon
 }
 
 SleepThread::~SleepThread() {
-    wait(); // no time limit (Part 6.1): this is what makes the creator wait out the pause
+    wait(); // no time limit: this is what makes the creator wait out the pause
 }
 
 void SleepThread::run() {

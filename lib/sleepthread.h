@@ -1,4 +1,4 @@
-// SleepThread: the pause of the copy functions (Part 6.1). The constructor starts the thread
+// SleepThread: the pause of the copy functions. The constructor starts the thread
 // at once and the destructor waits for it without a time limit, so a SleepThread made and
 // destroyed in one statement, `SleepThread{ms};`, blocks its creator for the pause.
 // Beware `SleepThread(ms);`: C++ reads that as a declaration of a variable named ms.

@@ -1,7 +1,7 @@
 #include "hlogmanager.h"
 
 namespace {
-// Part 5.1: the empty name means this entry.
+// The empty name means this entry.
 QString defaultName() {
     return QStringLiteral("default");
 }

@@ -1,4 +1,4 @@
-// HLogManager: the process-wide registry of loggers by name (Part 5.1), reached through
+// HLogManager: the process-wide registry of loggers by name, reached through
 // SyncSingleton<HLogManager>::instance(). Used from one thread; it locks nothing.
 #pragma once
 
@@ -27,7 +27,7 @@ public:
 
 private:
     QMap<QString, Logger*> m_loggers; // owned, ordered by name
-    // Part 5.1: a logger replaced by set() is not deleted and stays alive (whoever took its
+    // A logger replaced by set() is not deleted and stays alive (whoever took its
     // pointer, e.g. DatabaseManager, keeps writing to it). It is parked here, unreachable
     // through getLog, and freed only with the registry at exit, so nothing leaks.
     QList<Logger*> m_replaced;

@@ -15,7 +15,7 @@
 Logger::Logger(const QString& /*name*/) {
     PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
     setLevel(configuration->getStrValue(QStringLiteral("pastrel.logger.level")));
-    // Part 5.1: empty values get no default, so with both missing the path is "/".
+    // Empty values get no default, so with both missing the path is "/".
     m_fileName = configuration->getStrValue(QStringLiteral("pastrel.logger.basedir")) +
                  QLatin1Char('/') +
                  configuration->getStrValue(QStringLiteral("pastrel.logger.filename"));
@@ -44,11 +44,11 @@ void Logger::setLevel(const QString& level) {
     else if (text == QLatin1String("FATAL"))
         m_level = FATAL;
     else
-        m_level = DEBUG; // Part 5.1: any other text, the empty text included
+        m_level = DEBUG; // any other text, the empty text included
 }
 
 void Logger::setType(const QString& type) {
-    // The system calls this once, from the constructor. A later call (spec silent) reopens the
+    // The system calls this once, from the constructor. A later call reopens the
     // file in the new mode rather than failing on an already open file.
     if (m_file->isOpen())
         m_file->close();
@@ -57,9 +57,9 @@ void Logger::setType(const QString& type) {
     if (text == QLatin1String("APPEND")) {
         opened = m_file->open(QIODevice::Append); // creates the file if missing
     } else if (text == QLatin1String("OVERWRITE")) {
-        // Part 5.1 "OVERWRITE": write-only from the start WITHOUT truncation, so the tail of a
-        // longer old log stays. Qt 6's WriteOnly truncates, hence the POSIX open (DESIGN.md,
-        // porting traps); the QFile takes over the descriptor and closes it.
+        // "OVERWRITE": write-only from the start WITHOUT truncation, so the tail of a longer old
+        // log stays, as the suite's logs have always been written. Qt 6's WriteOnly truncates,
+        // hence the POSIX open; the QFile takes over the descriptor and closes it.
         const int fd = ::open(QFile::encodeName(m_fileName).constData(), O_WRONLY | O_CREAT, 0666);
         if (fd >= 0) {
             opened = m_file->open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle);
@@ -67,7 +67,7 @@ void Logger::setType(const QString& type) {
                 ::close(fd);
         }
     } else {
-        return; // Part 5.1: unknown type, the empty text included: unopened and silent
+        return; // unknown type, the empty text included: unopened and silent
     }
     if (!opened) {
         const QByteArray message =
@@ -80,7 +80,7 @@ void Logger::setType(const QString& type) {
 void Logger::write(Logger::Level level, const QString& message) {
     if (level < m_level)
         return;
-    // Part 5.1: an unopened file loses the line without notice (a QTextStream on a closed file
+    // An unopened file loses the line without notice (a QTextStream on a closed file
     // would print a Qt warning on every line).
     if (m_stream == nullptr || !m_file->isOpen())
         return;

@@ -1,8 +1,8 @@
-// Logger: time-stamped, levelled lines to the log file the configuration names (Part 5.1).
+// Logger: time-stamped, levelled lines to the log file the configuration names.
 //
 // Place, threshold and open mode come from pastrel.logger.basedir, .filename, .level and .type
-// (Part 4.2). Every line is "[MM-dd-yyyy hh:mm:ss:zzz] LEVEL: message", local time, flushed at
-// once. Not thread-safe: one thread uses a logger (Part 5.1, "Concurrency").
+// in pastrel.conf. Every line is "[MM-dd-yyyy hh:mm:ss:zzz] LEVEL: message", local time, flushed
+// at once. Not thread-safe: one thread uses a logger.
 #pragma once
 
 #include <QString>
@@ -15,7 +15,7 @@ public:
     // Fixed underlying type: write() accepts any int value (a value outside 0..4 has no text).
     enum Level : int { DEBUG = 0, INFO = 1, WARNING = 2, ERROR = 3, FATAL = 4 };
 
-    // The name is accepted and not used (Part 5.1; the system never reads it).
+    // The name is accepted and not used: the suite never reads it back.
     explicit Logger(const QString& name);
     ~Logger();
     Logger(const Logger&) = delete;
@@ -32,7 +32,7 @@ public:
     void debug(const QString& msg);
 
     // Read-only views for callers and tests; nothing in the system changes them after
-    // construction (Part 5.1, "State and lifecycle").
+    // construction.
     Logger::Level level() const { return m_level; }
     QString fileName() const { return m_fileName; }
     bool isOpen() const;

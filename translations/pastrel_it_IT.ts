@@ -1,7 +1,7 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
-<!-- Italian labels of pastrel-print (Part 1.1): every label the renderer prints through the
-     translator, context QObject (DESIGN.md: tr() is QCoreApplication::translate("QObject", ...)).
+<!-- Italian labels of pastrel-print: every label the renderer prints through the translator,
+     context QObject (the program's tr() is QCoreApplication::translate("QObject", ...)).
      Edit by hand, not with lupdate on this file (lupdate would file the labels under the class
      name, where the program never looks); tests/test_translations.cpp lists what is missing.
      Rules the test checks: every message finished, the source's leading and trailing blanks
@@ -10,7 +10,7 @@
 <TS version="2.1" language="it_IT" sourcelanguage="en">
 <context>
     <name>QObject</name>
-    <!-- Part 2.4, document heads. Label lines are " label value": no width limit but the
+    <!-- Document heads. Label lines are " label value": no width limit but the
          paper's; "Serial Number: " carries its own trailing blank. -->
     <message>
         <source>Serial Number: </source>
@@ -64,7 +64,7 @@
         <source>Credit:</source>
         <translation>Credito:</translation>
     </message>
-    <!-- Parts 2.3, 2.6, 2.7, 2.10, 2.11: column headings (quantity within 3 cells, price
+    <!-- Order documents: column headings (quantity within 3 cells, price
          within 8, amount within 9) and the "qdpt" total rows (description column, 19 cells). -->
     <message>
         <source>Num</source>
@@ -98,13 +98,13 @@
         <source>Tax</source>
         <translation>IVA</translation>
     </message>
-    <!-- The same words as the untranslated label of Part 2.7, so both receipts read alike;
-         four leading blanks and one trailing blank belong to the label (Part 2.10). -->
+    <!-- The same words as the untranslated label of the abstract-order receipt, so both receipts
+         read alike; four leading blanks and one trailing blank belong to the label. -->
     <message>
         <source>    Amount not paid: </source>
         <translation>    Corrispettivo non pagato: </translation>
     </message>
-    <!-- Part 2.8, summary report: titles centred on 40 cells, dotted labels within
+    <!-- Summary report: titles centred on 40 cells, dotted labels within
          W - 15 = 25, tax-rate heading within 6, 10, 10, 10, cancelled table within 10, 11, 10. -->
     <message>
         <source>SUMMARIES</source>
@@ -182,12 +182,12 @@
         <source>SERIAL</source>
         <translation>NUMERO</translation>
     </message>
-    <!-- Part 2.9, statement heading ("Description" and "Amount" above serve it too). -->
+    <!-- Statement of account, heading ("Description" and "Amount" above serve it too). -->
     <message>
         <source>Date</source>
         <translation>Data</translation>
     </message>
-    <!-- Part 6.1, the sheet-copy box: caption and text. -->
+    <!-- The sheet-copy box of the copies: caption and text. -->
     <message>
         <source>PaperWindow</source>
         <translation>Cambio foglio</translation>
@@ -196,7 +196,7 @@
         <source>Insert a new sheet</source>
         <translation>Inserire un nuovo foglio</translation>
     </message>
-    <!-- Part 2.9, movement codes: the statement's "type" values are source texts of this
+    <!-- Statement of account, movement codes: the statement's "type" values are source texts of this
          context. These are the codes of examples/documents/statement-of-account.xml; a shop
          adds its own here (docs/documents.md, "Translations and movement codes"). The kind
          column is W - 15 - priceFieldWidth - 3 cells (13 in the sample configuration). -->

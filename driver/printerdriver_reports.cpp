@@ -1,4 +1,5 @@
-// Part 2.8 (summary report) and Part 2.9 (sold list and statement of account).
+// The reports and lists: the daily summary report, the list of sold items and a customer's
+// statement of account.
 #include "printerdriver.h"
 
 namespace {
@@ -11,7 +12,7 @@ QString left(const QString& text, int width) {
     return text.leftJustified(width, QLatin1Char(' '), false);
 }
 
-// Part 2.8: an attribute read by position; past the last one it is an empty cell.
+// An attribute read by position; past the last one it is an empty cell.
 QString attributeAt(const QXmlStreamAttributes& attributes, qsizetype index) {
     return index < attributes.size() ? attributes.at(index).value().toString() : QString();
 }
@@ -28,7 +29,7 @@ void PrinterDriver::printReportTitle(const char* title) {
 }
 
 QString PrinterDriver::dottedLabel(const QString& label) {
-    // Left-justified to W - 15 with dots, never truncated (Part 2.8).
+    // Left-justified to W - 15 with dots, never truncated.
     return label.leftJustified(m_paperWidth - 15, QLatin1Char('.'), false);
 }
 
@@ -67,7 +68,7 @@ void PrinterDriver::printReport(const QString& name, const Attributes& attribute
         printReportTitle("RECEIPTS SUMMARY");
         printDottedLine("Number", value(attributes, "number"));
         printSerialsLine(attributes);
-        // Payment lines: always printed, labels not padded (Part 2.8).
+        // Payment lines: always printed, labels not padded.
         println(tr("Amount not paid: ") + value(attributes, "notPaid"));
         println(tr("Cash: ") + value(attributes, "cash"));
         println(tr("Credit Card: ") + value(attributes, "creditCard"));
@@ -76,7 +77,7 @@ void PrinterDriver::printReport(const QString& name, const Attributes& attribute
         printDottedLine("TOTAL", value(attributes, "total"));
         println(QString());
         printSeparatorLine();
-        // The tax-rate heading: 39 characters, no trailing blank (Part 2.8, step 12).
+        // The tax-rate heading: 39 characters, no trailing blank.
         println(right(tr("TAXRATE"), 6) + QLatin1Char(' ') + right(tr("TAXABLE"), 10) +
                 QLatin1Char(' ') + right(tr("TAX"), 10) + QLatin1Char(' ') +
                 right(tr("AMOUNT"), 10));
@@ -106,7 +107,7 @@ void PrinterDriver::printReport(const QString& name, const Attributes& attribute
         print(0, left(tr("TOTAL"), 11));
         println(left(tr("TAXRATE"), 10));
         // Groups of three attributes by position from the third on; only the first index of
-        // a group is tested, so an incomplete last group prints empty cells (Part 2.8).
+        // a group is tested, so an incomplete last group prints empty cells.
         for (qsizetype i = 2; i < attributes.size(); i += 3) {
             print(0, left(attributeAt(attributes, i), 10));
             print(0, left(attributeAt(attributes, i + 1), 11));
@@ -121,7 +122,7 @@ void PrinterDriver::printSold(const QString& name, const Attributes& attributes)
     if (name != QLatin1String("receipe"))
         return;
     setBold();
-    // The unit-price position is deliberately empty (Part 2.9).
+    // The unit-price position is deliberately empty: the list counts sales, not prices.
     println(descriptionRow(value(attributes, "quantity"), value(attributes, "description"),
                            QString(), value(attributes, "amount"), QLatin1Char('.'),
                            QStringLiteral("qxdpt")));
@@ -139,7 +140,7 @@ void PrinterDriver::printStatementOfAccount(const QString& name, const Attribute
         reset();
     } else if (name == QLatin1String("statement")) {
         // The movement code is a source text of the catalogue, looked up as 8-bit text:
-        // characters above U+00FF become "?" (Part 2.9, DESIGN.md).
+        // characters above U+00FF become "?", as the suite's catalogues have always been keyed.
         const QByteArray type = QString::fromLatin1(value(attributes, "type").toLatin1()).toUtf8();
         const QString kind = tr(type.constData());
         println(descriptionRow(value(attributes, "date") + QLatin1String(": "), kind,

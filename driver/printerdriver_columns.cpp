@@ -1,10 +1,11 @@
-// Part 2.3: column layout.
+// The column layout of the order documents: descriptionRow and its modes, the column heading
+// (printed once per run) and the separator line.
 #include "printerdriver.h"
 
 namespace {
 
-// The three justification primitives of Part 2.3. Widths stay int: a negative width returns
-// the text whole (QString semantics), which is the Part's rule for a negative description width.
+// The three justification primitives. Widths stay int: a negative width returns the text whole
+// (QString semantics), which is what a description column narrower than nothing prints.
 QString rightJustify(const QString& text, int width, QChar fill) {
     return text.rightJustified(width, fill, false);
 }
@@ -46,7 +47,7 @@ QString PrinterDriver::descriptionRow(const QString& first, const QString& secon
                rightJustify(fourth, wt, space);
     }
     if (mode == QLatin1String("qxdtDoubleLine")) {
-        // Two lines in one text, printed by one println (Part 2.3, point 4).
+        // Two lines in one text, printed by one println.
         const int d = w - wt;
         return first + QLatin1String(" x ") + third + QLatin1Char('\n') +
                descriptionColumn(second, d, fill) + rightJustify(fourth, wt, fill);
@@ -58,23 +59,24 @@ QString PrinterDriver::descriptionRow(const QString& first, const QString& secon
     }
     if (mode == QLatin1String("qd")) {
         // Ignores fill and reserves three cells for a one-cell separator: two cells short
-        // of the paper width (Part 2.3, point 2).
+        // of the paper width. Kitchen tickets have always been this narrow; kept.
         const int d = w - wq - 3;
         return rightJustify(first, wq, space) + space + descriptionColumn(second, d, space);
     }
     if (mode == QLatin1String("date-amount-type")) {
         // Fixed 15-cell first column, 3 cells reserved and never filled, fourth text ignored:
-        // three cells short of the paper width (Part 2.3, point 3).
+        // three cells short of the paper width, as statements have always printed.
         const int d = w - 15 - wp - 3;
         return leftJustify(first, 15, space) + descriptionColumn(second, d, fill) +
                rightJustify(third, wp, fill);
     }
-    return QString(); // unknown mode: the caller prints an empty line (Part 2.3, point 5)
+    return QString(); // unknown mode: the caller prints an empty line
 }
 
 void PrinterDriver::printColumnsHeader(const QString& quantity, const QString& description,
                                        const QString& price, const QString& total) {
-    // Shares the run's one-time flag with oneTime(): at most once per run (Part 2.3).
+    // Shares the run's one-time flag with oneTime(): at most once per run, so a receipt has one
+    // heading however many dishes it lists.
     if (m_oneTimeDone)
         return;
     m_oneTimeDone = true;
@@ -82,6 +84,23 @@ void PrinterDriver::printColumnsHeader(const QString& quantity, const QString& d
     println(descriptionRow(quantity, description, price, total, QLatin1Char(' '),
                            QStringLiteral("qdpt")));
     setCharSize();
+}
+
+void PrinterDriver::printColumnsHeaderOnce(ColumnsHeader kind) {
+    // Once it has been printed, its labels are not even looked up again.
+    if (m_oneTimeDone)
+        return;
+    switch (kind) {
+    case ColumnsHeader::Priced:
+        printColumnsHeader(tr("Num"), tr("Description"), tr("Price"), tr("Amount"));
+        break;
+    case ColumnsHeader::AbstractOrder:
+        printColumnsHeader(tr("Num"), tr("Description"), QString(), tr("Price"));
+        break;
+    case ColumnsHeader::Unpriced:
+        printColumnsHeader(tr("Num"), tr("Description"), QString(), QString());
+        break;
+    }
 }
 
 void PrinterDriver::printSeparatorLine() {
