@@ -29,8 +29,6 @@ public:
 
     virtual void openCashDrawer();
 
-    const QString& justification() const { return m_justification; }
-
 private:
     QString m_companyText; // Part 3.1: a text member that no operation reads
 };

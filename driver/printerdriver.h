@@ -89,11 +89,6 @@ public:
     QString descriptionRow(const QString& first, const QString& second, const QString& third,
                            const QString& fourth, const QChar& fill, const QString& mode);
 
-    // Read-only views for the tests and the back-end.
-    const QString& method() const { return m_method; }
-    const QString& documentPrefix() const { return m_documentPrefix; }
-    bool isOpen() const { return m_stream != nullptr; }
-
 protected:
     // The translation lookup of the Parts: Qt 3's tr() with no comment in the default context,
     // which is QCoreApplication::translate("QObject", ...) on Qt 6 (DESIGN.md).
