@@ -1,7 +1,6 @@
-// Fuzz target (a): the "cfg" reader over arbitrary file contents, then lookups of
-// every key the suite reads plus a few shapes a lookup must survive.
-// Invariant checked beyond "no crash": a value is at most Config::kMaxTokenBytes characters
-// (the reader's 2048-byte buffer; the reader keeps Latin-1, one character per byte).
+// Fuzz target (a): the "cfg" reader over arbitrary file contents, then lookups of every key the
+// suite reads plus odd shapes. Beyond "no crash": a value is at most Config::kMaxTokenBytes
+// characters (the reader's 2048-byte buffer; Latin-1, one character per byte).
 #include "config.h"
 #include "fuzztarget.h"
 

@@ -1,8 +1,7 @@
 // Fuzz target (c): the configuration file and the document together, run through compile(),
 // the very function pastrel-print's main() calls. The bytes up to the first NUL are the
 // configuration file, the rest the document (no NUL: all configuration, an empty document).
-// The configuration singleton is read once per process, so it is read again here
-// for every input; that reset is the harness's, the program never needs it.
+// The configuration singleton is read again here for every input (the harness's reset).
 #include "compile.h"
 #include "documentharness.h"
 #include "fuzztarget.h"

@@ -1,22 +1,17 @@
-// The configuration store: lookups on the "cfg" text the suite's programs share, and the writer
-// that saves a tree back.
+// The configuration store: lookups on the "cfg" text the suite shares, and the writer.
 #include "config.h"
 #include "testsupport.h"
+
+#include <tuple>
 
 namespace {
 
 using testsupport::readFile;
 using testsupport::writeFile;
 
-struct Lookup {
-    QByteArray cfg;
-    const char* key;
-    const char* expected;
-};
-
 TEST(Config, LookupsReadTheFileAsTheSuiteWritesIt) {
     // clang-format off
-    const Lookup lookups[] = {
+    const std::tuple<QByteArray, const char*, const char*> lookups[] = {
         {"pastrel : { logger : { level = DEBUG; }; db : { hostname = h; }; };", "pastrel.db.hostname", "h"},
         {"pastrel : { logger : { level = DEBUG; }; };", "pastrel.logger.filename", ""},
         {"pastrel : { x = a;b; y = 2; };", "pastrel.x", "a"},
@@ -39,11 +34,11 @@ TEST(Config, LookupsReadTheFileAsTheSuiteWritesIt) {
     // clang-format on
     testsupport::TempHome home;
     const QString path = home.file(QStringLiteral("test.cfg"));
-    for (const Lookup& row : lookups) {
-        ASSERT_TRUE(writeFile(path, row.cfg));
+    for (const auto& [cfg, key, expected] : lookups) {
+        ASSERT_TRUE(writeFile(path, cfg));
         libconfig::Config config(path, QStringLiteral("cfg"));
-        EXPECT_EQ(config.lookup(QString::fromLatin1(row.key)), QString::fromUtf8(row.expected))
-            << row.cfg.left(80).constData();
+        EXPECT_EQ(config.lookup(QString::fromLatin1(key)), QString::fromUtf8(expected))
+            << cfg.left(80).constData();
     }
 }
 

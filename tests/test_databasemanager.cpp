@@ -1,8 +1,7 @@
-// DatabaseManager and HLibrary::newDBConnection against a real PostgreSQL server: the throw-away
-// cluster of the fixture test pg_cluster_start (tests/pg/pgcluster.sh), copied into a database
-// of this test's own. Template: orders 1 Rossi 12.50, 2 Bianchi 7.00, 3 Verdi 30.00; items 1..3
-// (item 3 without description); customers empty; sequence receipt_number at 5. Each operation's
-// result and the log lines it adds are compared exactly, stamps masked as "[TS] ".
+// DatabaseManager and HLibrary::newDBConnection on a real PostgreSQL server: the fixture's cluster
+// (tests/pg/pgcluster.sh), its template copied into a database of this test's own (orders 1 Rossi
+// 12.50, 2 Bianchi 7.00, 3 Verdi 30.00; items 1..3, item 3 without description; customers empty;
+// sequence receipt_number at 5). Each result and the log lines it adds are compared exactly.
 #include "databasemanager.h"
 #include "hlibrary.h"
 #include "syncsingleton.h"
@@ -45,8 +44,7 @@ QString query(const QString& label, const QString& statement, int rows) {
 struct Operation {
     const char* what;
     std::function<QString(DatabaseManager&, QSqlDatabase*)> run;
-    QString result;
-    QString log;
+    QString result, log;
 };
 
 TEST(DatabaseManager, OperationsReturnAndLogWhatTheTillReads) {
@@ -58,12 +56,8 @@ TEST(DatabaseManager, OperationsReturnAndLogWhatTheTillReads) {
         admin.setPort(cluster("PGT_PORT").toInt());
         admin.setUserName(cluster("PGT_USER"));
         admin.setPassword(cluster("PGT_PASSWORD"));
-        admin.setDatabaseName(cluster("PGT_TEMPLATE"));
-        ASSERT_TRUE(admin.open()) << "is the fixture test pg_cluster_start run? use ctest";
-        QSqlQuery(admin).exec(QStringLiteral("drop database if exists ") + database);
-        admin.close();
         admin.setDatabaseName(QStringLiteral("postgres"));
-        ASSERT_TRUE(admin.open());
+        ASSERT_TRUE(admin.open()) << "is the fixture test pg_cluster_start run? use ctest";
         ASSERT_TRUE(QSqlQuery(admin).exec(QStringLiteral("create database %1 template %2")
                                               .arg(database, cluster("PGT_TEMPLATE"))));
     }

@@ -1,8 +1,5 @@
-// HLibrary's document copies to a printer device, in pieces of at most 127 bytes, and the copy
-// number each document type reads from the configuration.
+// HLibrary's document copies to a printer device, in pieces of at most 127 bytes.
 #include "hlibrary.h"
-#include "paconfiguration.h"
-#include "syncsingleton.h"
 #include "testsupport.h"
 
 #include <QFile>
@@ -26,20 +23,13 @@ QByteArray lines(std::initializer_list<int> lengths) {
     return text;
 }
 
-struct PageCopy {
-    QByteArray source;
-    unsigned int lines, page;
-    bool result;
-    QByteArray copied;
-};
-
 // A page is 'lines' pieces; a piece is a line or 127 bytes of a longer one. The target is
 // written over, never truncated: what the copy does not reach stays.
 TEST(HLibraryCopy, PagesAreCountedInPiecesOf127Bytes) {
     const QByteArray seven = lines({7, 7, 7, 7, 7, 7, 7});
     const QByteArray longLine = lines({300});
     // clang-format off
-    const PageCopy copies[] = {
+    const std::tuple<QByteArray, unsigned, unsigned, bool, QByteArray> copies[] = {
         {seven, 3, 1, true, seven.mid(21, 21)},
         {seven, 3, 2, true, seven.mid(42)},
         {seven.left(42), 3, 2, false, ""},
@@ -55,11 +45,11 @@ TEST(HLibraryCopy, PagesAreCountedInPiecesOf127Bytes) {
     testsupport::TempHome home;
     const QString source = home.file(QStringLiteral("source"));
     const QString target = home.file(QStringLiteral("target"));
-    for (const PageCopy& c : copies) {
-        ASSERT_TRUE(writeFile(source, c.source));
+    for (const auto& [text, pieces, page, result, copied] : copies) {
+        ASSERT_TRUE(writeFile(source, text));
         ASSERT_TRUE(writeFile(target, "OLD"));
-        EXPECT_EQ(HLibrary::copy(source, target, c.lines, 0u, c.page), c.result) << c.page;
-        EXPECT_BYTES(c.copied + QByteArray("OLD").mid(c.copied.size()), readFile(target));
+        EXPECT_EQ(HLibrary::copy(source, target, pieces, 0u, page), result) << page;
+        EXPECT_BYTES(copied + QByteArray("OLD").mid(copied.size()), readFile(target));
     }
 }
 
@@ -95,33 +85,6 @@ TEST(HLibraryCopy, SlowDeviceGetsEveryPieceAndFullDeviceFails) {
     }
     EXPECT_FALSE(HLibrary::copy(source, QStringLiteral("/dev/full"), 0u, 0u, 0u));
     EXPECT_FALSE(HLibrary::copy(source, QStringLiteral("/dev/full"), 0u, 0u));
-}
-
-// Each document type reads its group's copyNumber; any other type prints a line and reads the
-// prefiscal document's.
-TEST(HLibraryCopyNumber, EachTypeReadsItsGroup) {
-    testsupport::TempHome home;
-    home.writeConfig("pastrel : { doc : { copyNumber = 1; }; prefiscaldoc : { copyNumber = 2; };"
-                     " fiscaldoc : { copyNumber = 3; }; receiptdoc : { copyNumber = 4; };"
-                     " invoicedoc : { copyNumber = 5; }; deliverydoc : { copyNumber = 6; };"
-                     " reportdoc : { copyNumber = 7; }; solddoc : { copyNumber = 8; }; };");
-    qputenv("HOME", home.path().toUtf8());
-    SyncSingleton<PAConfiguration>::instance();
-    const std::tuple<const char*, const char*, const char*> rows[] = {
-        {"order", "1", ""},
-        {"prefiscal", "2", ""},
-        {"fiscal", "3", ""},
-        {"receipt", "4", ""},
-        {"Invoice", "5", ""},
-        {"delivery", "6", ""},
-        {"report", "7", ""},
-        {"sold", "2", "Error into HLibrary::copyNumber::documentPath: sold\n"},
-        {"Kitchen Ticket", "2", "Error into HLibrary::copyNumber::documentPath: kitchen ticket\n"}};
-    for (const auto& [type, value, printed] : rows) {
-        ::testing::internal::CaptureStdout();
-        EXPECT_EQ(HLibrary::copyNumber(QString::fromUtf8(type)), QString::fromUtf8(value)) << type;
-        EXPECT_EQ(::testing::internal::GetCapturedStdout(), printed);
-    }
 }
 
 } // namespace

@@ -1,22 +1,20 @@
-// The row layout of the company back-end, one table row per case: it alone covers fills and
-// widths in modes that no golden document uses. Rows are written by hand from the widths:
-// description width D = paper - quantity - price - total - 3 ("qxdpt", "qdpt").
+// descriptionRow, one row per case: it alone covers fills and widths in modes no golden document
+// uses. Written by hand from the widths: description D = paper - quantity - price - total - 3.
 #include "companyprinterdriver.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
 #include "testsupport.h"
 
+#include <tuple>
+
 namespace {
 
-// The company back-end with the column widths a configuration would give it.
 class WidthDriver : public CompanyPrinterDriver {
 public:
     WidthDriver(const QString& path, int paper, int quantity, int price, int total)
         : CompanyPrinterDriver(path, false) {
-        m_paperWidth = paper;
-        m_quantityFieldWidth = quantity;
-        m_priceFieldWidth = price;
-        m_totalPriceFieldWidth = total;
+        std::tie(m_paperWidth, m_quantityFieldWidth, m_priceFieldWidth, m_totalPriceFieldWidth) =
+            std::tie(paper, quantity, price, total);
     }
 };
 

@@ -9,7 +9,7 @@
 
 namespace testsupport {
 
-std::string escaped(const QByteArray& bytes) {
+static std::string escaped(const QByteArray& bytes) {
     std::string out;
     for (const char c : bytes) {
         const auto u = static_cast<unsigned char>(c);
@@ -82,15 +82,12 @@ QString printProgram() {
     return QStringLiteral(PASTREL_PRINT);
 }
 
-Run expectEndsWithStatusZero(const Run& run) {
-    EXPECT_TRUE(run.finished);
-    EXPECT_FALSE(run.crashed);
-    EXPECT_EQ(run.exitCode, 0);
-    return run;
-}
-
 Run runPrint(const QStringList& arguments, const QString& home, const QProcessEnvironment& extra) {
-    return expectEndsWithStatusZero(runProgram(printProgram(), arguments, home, extra));
+    const Run run = runProgram(printProgram(), arguments, home, extra);
+    EXPECT_TRUE(run.finished && !run.crashed && run.exitCode == 0)
+        << "finished " << run.finished << ", crashed " << run.crashed << ", status "
+        << run.exitCode;
+    return run;
 }
 
 } // namespace testsupport

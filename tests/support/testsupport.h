@@ -10,9 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-#include <string>
-
 // GoogleTest prints QString values as text, QByteArray values as their size.
 inline void PrintTo(const QString& text, std::ostream* os) {
     *os << '"' << text.toStdString() << '"';
@@ -23,11 +20,8 @@ inline void PrintTo(const QByteArray& bytes, std::ostream* os) {
 
 namespace testsupport {
 
-// Control and non-ASCII bytes made visible ("\x1bi"); each line feed reads "\n" and starts a new
-// dump line, so a diff shows where lines differ.
-std::string escaped(const QByteArray& bytes);
-
-// Byte-exact comparison that prints both sides escaped on failure.
+// Byte-exact comparison; on failure both sides are printed with control and non-ASCII bytes
+// made visible ("\x1bi") and a dump line per printed line.
 ::testing::AssertionResult bytesEqual(const QByteArray& expected, const QByteArray& actual);
 #define EXPECT_BYTES(expected, actual) EXPECT_TRUE(::testsupport::bytesEqual((expected), (actual)))
 
@@ -49,10 +43,8 @@ private:
 
 struct Run {
     int exitCode = -1;
-    bool crashed = false;
-    bool finished = false;
-    QByteArray out;
-    QByteArray err;
+    bool crashed = false, finished = false;
+    QByteArray out, err;
 };
 
 // Runs program with HOME set to home (unset when empty), in workDir (home when empty), with
@@ -63,10 +55,8 @@ Run runProgram(const QString& program, const QStringList& arguments, const QStri
 
 QString printProgram(); // the built pastrel-print
 
-// What a till relies on for every run of pastrel-print: it ends, without crashing, with exit
-// status 0 (EXPECTs, so the test goes on). Returns run.
-Run expectEndsWithStatusZero(const Run& run);
-
+// Runs pastrel-print and checks what a till relies on for every run: it ends, without crashing,
+// with exit status 0 (EXPECTs, so the test goes on).
 Run runPrint(const QStringList& arguments, const QString& home,
              const QProcessEnvironment& extra = QProcessEnvironment());
 
