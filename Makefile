@@ -12,8 +12,6 @@ CMAKE_ARGS ?=
 # Debian packages the build, the tests and the demo need (Debian 12).
 PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-tools \
             qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
-# setpriv: tests/test_faults.cpp runs the unreadable-configuration fault as nobody when root.
-PACKAGES += util-linux
 
 .PHONY: all deps configure build run test bench sanitize fuzz fuzz-coverage clean
 

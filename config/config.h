@@ -75,11 +75,7 @@ public:
     void buildConfigXmlFile(QDomNode node, QTextStream& out);
     void printConfigTree();
     void printConfigTree(QDomNode node);
-
-    // The tree (never null after constructor()); for the views and for tests.
-    const QDomDocument* document() const { return m_document.get(); }
     const QString& fileName() const { return m_fileName; }
-    const QString& format() const { return m_format; }
 
 private:
     enum class Stop { EndOfFile, CloseBrace, TooDeep };

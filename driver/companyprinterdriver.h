@@ -30,8 +30,6 @@ public:
 
     virtual void openCashDrawer();
 
-    const QString& justification() const { return m_justification; }
-
 private:
     QString m_companyText; // room for the company's own text; no operation reads it yet
 };

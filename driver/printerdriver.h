@@ -111,11 +111,6 @@ public:
     QString descriptionRow(const QString& first, const QString& second, const QString& third,
                            const QString& fourth, const QChar& fill, const QString& mode);
 
-    // Read-only views for the tests and the back-end.
-    const QString& method() const { return m_method; }
-    const QString& documentPrefix() const { return m_documentPrefix; }
-    bool isOpen() const { return m_stream != nullptr; }
-
 protected:
     // The translation lookup of every printed label: context "QObject", no comment, the context
     // the suite's catalogues (translations/pastrel_it_IT.ts) have always used.

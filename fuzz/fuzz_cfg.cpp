@@ -1,7 +1,6 @@
-// Fuzz target (a): the "cfg" reader of Part 4.1 over arbitrary file contents, then lookups of
-// every key the suite reads (Part 4.2's table) plus a few shapes a lookup must survive.
-// Invariant checked beyond "no crash": a value is at most Config::kMaxTokenBytes characters
-// (Part 4.1's 2048-byte buffer; the reader keeps Latin-1, one character per byte).
+// Fuzz target (a): the "cfg" reader over arbitrary file contents, then lookups of every key the
+// suite reads plus odd shapes. Beyond "no crash": a value is at most Config::kMaxTokenBytes
+// characters (the reader's 2048-byte buffer; Latin-1, one character per byte).
 #include "config.h"
 #include "fuzztarget.h"
 
@@ -16,29 +15,15 @@ namespace {
 
 QTemporaryDir* folder = nullptr; // one per fuzzing process, removed at exit
 
-const char* const kKeys[] = {"pastrel.language.basedir",
-                             "pastrel.language.file",
-                             "pastrel.logger.level",
-                             "pastrel.logger.basedir",
-                             "pastrel.logger.filename",
-                             "pastrel.logger.type",
-                             "pastrel.db.dbname",
-                             "pastrel.db.username",
-                             "pastrel.db.password",
-                             "pastrel.db.hostname",
-                             "pastrel.bin.path",
-                             "pastrel.receiptdoc.paperWidth",
-                             "pastrel.receiptdoc.topMargin",
-                             "pastrel.doc.quantityFieldWidth",
-                             "pastrel.invoicedoc.printCompany",
-                             "pastrel.receiptdoc.copyNumber",
-                             "pastrel",
-                             "pastrel.",
-                             ".",
-                             "",
-                             "a.b.c.d.e.f.g.h",
-                             "pastrel..receiptdoc",
-                             "pastrel.receiptdoc.openCashDrawer.extra"};
+// clang-format off
+const char* const kKeys[] = {
+    "pastrel.language.basedir", "pastrel.language.file", "pastrel.logger.level", "pastrel.logger.basedir",
+    "pastrel.logger.filename", "pastrel.logger.type", "pastrel.db.dbname", "pastrel.db.username",
+    "pastrel.db.password", "pastrel.db.hostname", "pastrel.bin.path", "pastrel.receiptdoc.paperWidth",
+    "pastrel.receiptdoc.topMargin", "pastrel.doc.quantityFieldWidth", "pastrel.invoicedoc.printCompany",
+    "pastrel.receiptdoc.copyNumber", "pastrel", "pastrel.", ".", "", "a.b.c.d.e.f.g.h",
+    "pastrel..receiptdoc", "pastrel.receiptdoc.openCashDrawer.extra"};
+// clang-format on
 
 } // namespace
 

@@ -1,6 +1,5 @@
-// Fuzz target (b): the whole document compiler over arbitrary input bytes. The bytes are the
-// document; it is rendered through CompanyPrinterDriver into a temporary output with the sample
-// configuration of examples/home and its Italian catalogue installed, as pastrel-print would.
+// Fuzz target (b): the document compiler over arbitrary document bytes, rendered through
+// CompanyPrinterDriver with the sample configuration of examples/home and its Italian catalogue.
 #include "companyprinterdriver.h"
 #include "documentharness.h"
 #include "documentreader.h"

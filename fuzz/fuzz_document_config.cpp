@@ -1,8 +1,7 @@
 // Fuzz target (c): the configuration file and the document together, run through compile(),
 // the very function pastrel-print's main() calls. The bytes up to the first NUL are the
 // configuration file, the rest the document (no NUL: all configuration, an empty document).
-// The configuration singleton is read once per process (Part 4.2), so it is read again here
-// for every input; that reset is the harness's, the program never needs it.
+// The configuration singleton is read again here for every input (the harness's reset).
 #include "compile.h"
 #include "documentharness.h"
 #include "fuzztarget.h"
@@ -25,7 +24,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char*** argv) {
     static DocumentHarness home;
     harness = &home;
     // The toolkit's warnings on odd configurations (a QDomNode call on a null node) would flood
-    // the log; they go to standard error, which no Part constrains.
+    // the log; they go to standard error, which the suite's programs do not read.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     programName = (*argv)[0];
     return 0;

@@ -17,11 +17,14 @@ fill "$src/examples/home/.pastrel/conf/pastrel.conf" > "$out/cfg/examples-home.c
 for file in "$src"/examples/documents/*.xml; do
     cp "$file" "$out/document/example-$(basename "$file")"
 done
-for case in "$src"/tests/documents/*/; do
-    name=$(basename "$case")
-    [[ -f $case/input.xml ]] && cp "$case/input.xml" "$out/document/$name.xml"
-    if [[ -f $case/pastrel.conf ]]; then
-        fill "$case/pastrel.conf" > "$out/cfg/$name.conf"
+for case in "$src"/tests/documents/*/*/; do
+    [[ -f $case/input.xml ]] || continue
+    name=$(basename "$(dirname "$case")")-$(basename "$case")
+    cp "$case/input.xml" "$out/document/$name.xml"
+    conf=$case/pastrel.conf
+    [[ -f $case/config ]] && conf=$src/tests/documents/configs/$(<"$case/config").conf
+    if [[ -f $conf ]]; then
+        fill "$conf" > "$out/cfg/$name.conf"
         { cat "$out/cfg/$name.conf"; printf '\0'; cat "$case/input.xml" 2>/dev/null || true; } \
             > "$out/document_config/$name"
     fi

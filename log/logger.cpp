@@ -127,7 +127,3 @@ void Logger::info(const QString& msg) {
 void Logger::debug(const QString& msg) {
     write(DEBUG, msg);
 }
-
-bool Logger::isOpen() const {
-    return m_file->isOpen();
-}

@@ -31,12 +31,6 @@ public:
     void info(const QString& msg);
     void debug(const QString& msg);
 
-    // Read-only views for callers and tests; nothing in the system changes them after
-    // construction.
-    Logger::Level level() const { return m_level; }
-    QString fileName() const { return m_fileName; }
-    bool isOpen() const;
-
 private:
     QFile* m_file = nullptr;         // owned
     QTextStream* m_stream = nullptr; // owned, on m_file

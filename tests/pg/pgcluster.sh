@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Throw-away PostgreSQL clusters for the tests of Part 7.1 (DESIGN.md, "Tests"; docs/database.md).
+# Throw-away PostgreSQL clusters for the database tests (docs/database.md).
 #
 #   pgcluster.sh start INFO_FILE   initdb in a new folder under /tmp (as the postgres system user
 #                                  when run as root), start the server on 127.0.0.1 on a free port

@@ -1,21 +1,18 @@
-// The smallest receipt the command-line and fault tests render: its document, its configuration
-// and the bytes Parts 2.4 and 2.9 print for it at 40 columns, written by hand.
+// The smallest receipt the fault tests render: its document, its configuration and the bytes it
+// prints at 40 columns, written by hand.
 #pragma once
 
 #include <QByteArray>
 
 namespace testsupport {
 
-// The end sequence: nine line feeds, CR, cut (ESC i), pulse (RS) (Part 2.9).
-inline const QByteArray kEnd = QByteArray(9, '\n') + "\r\x1bi\x1e";
-inline const QByteArray kDrawer = "\x1bp0"; // ESC p 0: open the cash drawer
+inline const QByteArray kEnd = QByteArray(9, '\n') + "\r\x1bi\x1e"; // 9 LF, CR, cut, pulse
+inline const QByteArray kDrawer = "\x1bp0";                         // open the cash drawer
 inline const QByteArray kSeparator(40, '=');
-// The drawer setting makes a read configuration visible in the output: its bytes come only
-// when the file was read (Part 2.1, "openCashDrawer").
+// The drawer's bytes come only when the configuration file was read.
 inline const QByteArray kReceiptConf =
     "pastrel : { receiptdoc : { openCashDrawer = \"true\"; }; };";
 
-// A receipt head with serial number 'serial' (Part 2.4, 40 columns).
 inline QByteArray receiptHead(const QByteArray& serial) {
     return " Serial Number: " + serial + "\n" + kSeparator + "\n";
 }

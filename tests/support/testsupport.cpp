@@ -9,21 +9,16 @@
 
 namespace testsupport {
 
-std::string escaped(const QByteArray& bytes) {
+static std::string escaped(const QByteArray& bytes) {
     std::string out;
-    char buffer[8];
     for (const char c : bytes) {
         const auto u = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            out += "\\n\n";
-        } else if (c == '\\') {
-            out += "\\\\";
-        } else if (u < 0x20 || u >= 0x7f) {
-            std::snprintf(buffer, sizeof buffer, "\\x%02x", u);
-            out += buffer;
-        } else {
-            out += c;
-        }
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "\\x%02x", u);
+        out += c == '\n'                 ? "\\n\n"
+               : c == '\\'               ? "\\\\"
+               : (u < 0x20 || u >= 0x7f) ? hex
+                                         : std::string(1, c);
     }
     return out;
 }
@@ -43,44 +38,29 @@ std::string escaped(const QByteArray& bytes) {
 
 QByteArray readFile(const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return file.readAll();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 bool writeFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    return file.write(bytes) == bytes.size();
-}
-
-TempHome::TempHome() {
-    EXPECT_TRUE(m_dir.isValid());
-}
-
-QString TempHome::configPath() const {
-    return m_dir.filePath(QStringLiteral(".pastrel/conf/pastrel.conf"));
-}
-
-void TempHome::writeConfig(const QByteArray& text) const {
-    EXPECT_TRUE(writeFile(configPath(), text));
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(bytes) == bytes.size();
 }
 
 Run runProgram(const QString& program, const QStringList& arguments, const QString& home,
                const QProcessEnvironment& extra, const QString& workDir, int timeoutMs) {
-    QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    if (home.isEmpty())
-        environment.remove(QStringLiteral("HOME"));
-    else
+    environment.remove(QStringLiteral("HOME"));
+    if (!home.isEmpty())
         environment.insert(QStringLiteral("HOME"), home);
     for (const QString& key : extra.keys())
         environment.insert(key, extra.value(key));
+    QProcess process;
     process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(workDir.isEmpty() ? (home.isEmpty() ? QDir::tempPath() : home)
-                                                  : workDir);
+    process.setWorkingDirectory(!workDir.isEmpty() ? workDir
+                                : home.isEmpty()   ? QDir::tempPath()
+                                                   : home);
     process.start(program, arguments);
     Run run;
     if (!process.waitForStarted(timeoutMs))
@@ -102,15 +82,12 @@ QString printProgram() {
     return QStringLiteral(PASTREL_PRINT);
 }
 
-Run expectEndsWithStatusZero(const Run& run) {
-    EXPECT_TRUE(run.finished);
-    EXPECT_FALSE(run.crashed);
-    EXPECT_EQ(run.exitCode, 0);
-    return run;
-}
-
 Run runPrint(const QStringList& arguments, const QString& home, const QProcessEnvironment& extra) {
-    return expectEndsWithStatusZero(runProgram(printProgram(), arguments, home, extra));
+    const Run run = runProgram(printProgram(), arguments, home, extra);
+    EXPECT_TRUE(run.finished && !run.crashed && run.exitCode == 0)
+        << "finished " << run.finished << ", crashed " << run.crashed << ", status "
+        << run.exitCode;
+    return run;
 }
 
 } // namespace testsupport

@@ -1,7 +1,7 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
-<!-- Test catalogue (Part 1.1, Parts 2.8 and 2.9): a few report labels and one movement
-     code in Italian, context QObject (DESIGN.md). Labels left out here are printed as they
+<!-- Test catalogue for the golden documents: a few report labels and one movement
+     code in Italian, context QObject. Labels left out here are printed as they
      stand, which the golden cases also show. Built by lrelease into
      <build>/tests/translations/ as pastrel_test.qm, pastrel_it_IT.qm and pastrel_de.qm. -->
 <TS version="2.1" language="it_IT">
@@ -79,7 +79,7 @@
         <source>PAY</source>
         <translation>Pagamento</translation>
     </message>
-    <!-- The key a type "BUONO€" becomes after the 8-bit conversion (Part 2.9). -->
+    <!-- The key a type "BUONO€" becomes after the 8-bit conversion. -->
     <message>
         <source>BUONO?</source>
         <translation>Buono pasto</translation>
