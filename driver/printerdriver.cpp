@@ -23,6 +23,10 @@ int boundedWidth(int width) {
 }
 } // namespace
 
+// The required wording, mismatched class and operation names included.
+const char* const PrinterDriver::kUnableToOpenFile =
+    "PrintManager::printAbstractOrder(...): Unable To Open File";
+
 PrinterDriver::PrinterDriver(const QString& path, bool append)
     : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile(path)),
       m_stream(nullptr), m_justification(QStringLiteral("left")) {
@@ -34,8 +38,7 @@ PrinterDriver::PrinterDriver(const QString& path, bool append)
     if (m_file->open(mode)) {
         m_stream = new QTextStream(m_file);
     } else {
-        // Part 2.1: the required wording, mismatched class and operation names included.
-        std::cout << "PrintManager::printAbstractOrder(...): Unable To Open File" << std::endl;
+        std::cout << kUnableToOpenFile << std::endl;
     }
 }
 

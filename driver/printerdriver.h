@@ -93,6 +93,12 @@ public:
     const QString& method() const { return m_method; }
     const QString& documentPrefix() const { return m_documentPrefix; }
     bool isOpen() const { return m_stream != nullptr; }
+    // The network address of the document's last printers element, for delivering the job.
+    const QString& printerIpAddress() const { return m_printerIpAddress; }
+    const QString& printerPort() const { return m_printerPort; }
+    // The line printed on standard output when the output cannot be opened; the suite's other
+    // programs look for exactly this text, also when a printer cannot take the job.
+    static const char* const kUnableToOpenFile;
 
 protected:
     // The translation lookup of the Parts: Qt 3's tr() with no comment in the default context,
