@@ -27,7 +27,9 @@ int send(const Spool& spool, const QString& printer) {
     const DeliverySettings settings = DeliverySettings::fromConfiguration();
     int status = 0;
     for (const QString& name : printer.isEmpty() ? spool.printers() : QStringList{printer}) {
-        const DeliveryResult result = spool.deliver(name, settings);
+        // A printer with nothing waiting is not contacted.
+        const DeliveryResult result = spool.jobs(name).isEmpty() ? DeliveryResult{true, 0, {}, {}}
+                                                                 : spool.deliver(name, settings);
         printLine(std::cout, QStringLiteral("%1: %2 job(s) sent").arg(name).arg(result.sent));
         if (!result.problems.isEmpty())
             printLine(std::cerr, QStringLiteral("pastrel-config: %1: printer reports %2")

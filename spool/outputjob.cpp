@@ -46,8 +46,12 @@ OutputJob::OutputJob(const QString& output) : m_output(output), m_renderPath(out
     m_spooled = true;
     QString error;
     m_renderPath = m_spool.newJob(&error);
-    if (m_renderPath.isEmpty())
+    if (m_renderPath.isEmpty()) {
         report(m_printer + QLatin1String(": ") + error);
+        // A path in a folder nothing creates: the renderer cannot open it and says so as usual.
+        m_renderPath = QDir(m_spool.folder()).filePath(QStringLiteral(".unavailable/job"));
+        m_jobKept = false;
+    }
 }
 
 void OutputJob::setDocumentPrinter(const QString& ipAddress, const QString& port) {
@@ -56,7 +60,7 @@ void OutputJob::setDocumentPrinter(const QString& ipAddress, const QString& port
 }
 
 bool OutputJob::deliver() {
-    if (!m_spooled || m_renderPath.isEmpty())
+    if (!m_spooled || !m_jobKept)
         return true; // a plain file, or a job the spool could not take (already reported)
     QString error;
     if (QFileInfo(m_renderPath).size() == 0) {

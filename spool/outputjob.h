@@ -16,8 +16,8 @@ public:
     explicit OutputJob(const QString& output);
 
     // The path the renderer writes to: the output itself for a plain file, else a new spool
-    // file. Empty when the spool cannot take the job (the reason is on standard error), so the
-    // renderer reports the output as one that cannot be opened.
+    // file. When the spool cannot take the job (the reason is on standard error), a path that
+    // cannot be opened, so the renderer reports the output as one that cannot be opened.
     const QString& renderPath() const { return m_renderPath; }
     // The printer address of the document, used when the output is "socket://" with no host.
     void setDocumentPrinter(const QString& ipAddress, const QString& port);
@@ -30,5 +30,6 @@ private:
     QString m_printer;
     QString m_renderPath;
     bool m_spooled = false;
+    bool m_jobKept = true;
     Spool m_spool;
 };
