@@ -38,8 +38,10 @@ protected:
                                       "<printers ipaddress=\"127.0.0.1\" port=\"" +
                                           port + "\"/><receipt serialnumber=\"" + serial + "\"/>" +
                                           body + "</doc>");
+        QProcessEnvironment english; // the system's reasons in English
+        english.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
         return testsupport::expectEndsWithStatusZero(testsupport::runProgram(
-            testsupport::printProgram(), {input, output}, home.path(), {}, {}, timeoutMs));
+            testsupport::printProgram(), {input, output}, home.path(), english, {}, timeoutMs));
     }
 
     testsupport::Run spool(const QStringList& arguments) {
