@@ -48,7 +48,7 @@ void compile(int argc, char** argv) {
         // Write-only and truncating (append false); the destructor closes the output.
         CompanyPrinterDriver driver(job.renderPath(), false);
         DocumentReader reader(driver);
-        reader.parse(inputPath); // the result is not examined (Part 1.1)
+        reader.parse(inputPath); // the result is not examined
         job.setDocumentPrinter(driver.printerIpAddress(), driver.printerPort());
     }
     if (!job.deliver())
