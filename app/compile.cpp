@@ -4,6 +4,7 @@
 
 #include "companyprinterdriver.h"
 #include "documentreader.h"
+#include "outputjob.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
 
@@ -45,8 +46,15 @@ void compile(int argc, char** argv) {
     }
     QCoreApplication::installTranslator(&translator);
 
-    // Write-only and truncating (append false); the destructor closes the output.
-    CompanyPrinterDriver driver(outputPath, false);
-    DocumentReader reader(driver);
-    reader.parse(inputPath); // the result is not examined: the exit status is always 0
+    // A network printer or device node gets the job through the spool (spool/outputjob.h).
+    OutputJob job(outputPath);
+    {
+        // Write-only and truncating (append false); the destructor closes the output.
+        CompanyPrinterDriver driver(job.renderPath(), false);
+        DocumentReader reader(driver);
+        reader.parse(inputPath); // the result is not examined: the exit status is always 0
+        job.setDocumentPrinter(driver.printerIpAddress(), driver.printerPort());
+    }
+    if (!job.deliver())
+        std::cout << PrinterDriver::kUnableToOpenFile << std::endl;
 }

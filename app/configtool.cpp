@@ -2,6 +2,7 @@
 
 #include "configeditor.h"
 #include "paconfiguration.h"
+#include "spooltool.h"
 #include "syncsingleton.h"
 
 #include <QApplication>
@@ -103,6 +104,8 @@ int configTool(int argc, char** argv) {
         printLatin1Line(SyncSingleton<PAConfiguration>::instance()->getStrValue(key));
         return 0;
     }
+    if (command == "spool")
+        return spoolTool(argc - 1, argv + 1);
     if (command == "edit" && argc == 2)
         return edit(argc, argv);
     if ((command == "help" || command == "--help" || command == "-h") && argc == 2) {

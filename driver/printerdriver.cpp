@@ -24,6 +24,10 @@ int boundedWidth(int width) {
 }
 } // namespace
 
+// The required wording, mismatched class and operation names included.
+const char* const PrinterDriver::kUnableToOpenFile =
+    "PrintManager::printAbstractOrder(...): Unable To Open File";
+
 PrinterDriver::PrinterDriver(const QString& path, bool append)
     : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile(path)),
       m_stream(nullptr), m_justification(QStringLiteral("left")) {
@@ -35,9 +39,7 @@ PrinterDriver::PrinterDriver(const QString& path, bool append)
     if (m_file->open(mode)) {
         m_stream = new QTextStream(m_file);
     } else {
-        // The suite's other programs look for exactly this line, wrong class and operation
-        // names and all: it must not be "corrected".
-        std::cout << "PrintManager::printAbstractOrder(...): Unable To Open File" << std::endl;
+        std::cout << kUnableToOpenFile << std::endl;
     }
 }
 

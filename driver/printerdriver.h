@@ -111,6 +111,14 @@ public:
     QString descriptionRow(const QString& first, const QString& second, const QString& third,
                            const QString& fourth, const QChar& fill, const QString& mode);
 
+    // The network address of the document's last printers element, for delivering the job.
+    const QString& printerIpAddress() const { return m_printerIpAddress; }
+    const QString& printerPort() const { return m_printerPort; }
+    // The line printed on standard output when the output cannot be opened. The suite's other
+    // programs look for exactly this line, wrong class and operation names and all, also when a
+    // printer cannot take the job: it must not be "corrected".
+    static const char* const kUnableToOpenFile;
+
 protected:
     // The translation lookup of every printed label: context "QObject", no comment, the context
     // the suite's catalogues (translations/pastrel_it_IT.ts) have always used.

@@ -47,8 +47,9 @@ QString inputFile(const TempHome& home, const QByteArray& bytes) {
     return home.file(QStringLiteral("in.xml"));
 }
 
-// A full disk: one line on standard error, and the rest of the document dropped, not kept in
-// memory (100 MB of output from a 1 MB input once took 200 MB).
+// A plain output file on a full disk (a link to /dev/full: a path under /dev itself is a printer,
+// reached through the spool): one line on standard error, and the rest of the document dropped,
+// not kept in memory (100 MB of output from a 1 MB input once took 200 MB).
 TEST_F(Fault, FullDiskReportsOnStandardErrorWithBoundedMemory) {
     home.writeConfig("pastrel : { receiptdoc : { paperWidth = 1000; }; };");
     const QString input = inputFile(home, "<doc><method name=\"printFullOrderReceipt\"/>" +
@@ -59,10 +60,12 @@ TEST_F(Fault, FullDiskReportsOnStandardErrorWithBoundedMemory) {
     environment.insert(QStringLiteral("ASAN_OPTIONS"), qEnvironmentVariable("ASAN_OPTIONS") +
                                                            QStringLiteral(":quarantine_size_mb=1"));
 #endif
-    const testsupport::Run run =
-        testsupport::runPrint({input, QStringLiteral("/dev/full")}, home.path(), environment);
+    const QString output = home.file(QStringLiteral("full.prn"));
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), output));
+    const testsupport::Run run = testsupport::runPrint({input, output}, home.path(), environment);
     EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, "pastrel-print: write error on /dev/full: No space left on device\n");
+    EXPECT_EQ(run.err, "pastrel-print: write error on " + output.toLocal8Bit() +
+                           ": No space left on device\n");
     rusage usage{};
     getrusage(RUSAGE_CHILDREN, &usage);
     EXPECT_LT(usage.ru_maxrss, 80 * 1024);
