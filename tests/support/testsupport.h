@@ -51,7 +51,7 @@ struct Run {
 // extra environment, killed after timeoutMs.
 Run runProgram(const QString& program, const QStringList& arguments, const QString& home,
                const QProcessEnvironment& extra = QProcessEnvironment(),
-               const QString& workDir = QString(), int timeoutMs = 30000);
+               const QString& workDir = QString(), int timeoutMs = 120000);
 
 QString printProgram(); // the built pastrel-print
 
