@@ -3,8 +3,6 @@
 
 #include "controlcodes.h"
 
-#include <QTextStream>
-
 #include <initializer_list>
 
 using namespace ControlCodes;
@@ -22,7 +20,9 @@ QString sequence(std::initializer_list<char> codes) {
 } // namespace
 
 CompanyPrinterDriver::CompanyPrinterDriver(const QString& path, bool append)
-    : PrinterDriver(path, append) {}
+    : PrinterDriver(path, append) {
+    selectCodePage(nullptr); // without pastrel.printer.codepage: UTF-8, as always
+}
 
 CompanyPrinterDriver::~CompanyPrinterDriver() = default;
 
@@ -82,13 +82,14 @@ void CompanyPrinterDriver::print(unsigned int indent, const QString& text) {
         blanks = (width - length) >> 1; // unsigned, as Part 3.1 says
     if (width < length)
         blanks = 0; // a long line loses its indent, deliberately (Part 3.1)
-    *m_stream << QString(static_cast<int>(blanks), QLatin1Char(' ')) << text;
+    if (blanks > 0)
+        write(QString(static_cast<int>(blanks), QLatin1Char(' ')));
+    write(text);
 }
 
 void CompanyPrinterDriver::println(unsigned int indent, const QString& text) {
     print(indent, text);
-    if (writable())
-        *m_stream << QLatin1Char(LF);
+    write(QString(QLatin1Char(LF)));
 }
 
 void CompanyPrinterDriver::println(const QString& text) {
