@@ -3,6 +3,7 @@
 
 #include "companyprinterdriver.h"
 #include "documentreader.h"
+#include "escposprinterdriver.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
 
@@ -11,6 +12,7 @@
 #include <QTranslator>
 
 #include <iostream>
+#include <memory>
 
 void compile(int argc, char** argv) {
     // Accepted when argc - 3, as an unsigned number, is at most 1: argc 3 or 4. A fourth
@@ -41,8 +43,20 @@ void compile(int argc, char** argv) {
     }
     QCoreApplication::installTranslator(&translator);
 
-    // Write-only and truncating (append false); the destructor closes the output.
-    CompanyPrinterDriver driver(outputPath, false);
-    DocumentReader reader(driver);
+    // Write-only and truncating (append false); the destructor closes the output. Without
+    // pastrel.printer.model, the company printer, every byte as it has always been.
+    const QString model = configuration->getStrValue(QStringLiteral("pastrel.printer.model"));
+    std::unique_ptr<PrinterDriver> driver;
+    if (model.trimmed().compare(QLatin1String("escpos"), Qt::CaseInsensitive) == 0) {
+        driver = std::make_unique<EscPosPrinterDriver>(outputPath, false);
+    } else {
+        if (!model.isEmpty() &&
+            model.trimmed().compare(QLatin1String("company"), Qt::CaseInsensitive))
+            std::cerr << "pastrel-print: unknown pastrel.printer.model \""
+                      << model.toUtf8().constData()
+                      << "\" (company or escpos); printing for the company printer" << std::endl;
+        driver = std::make_unique<CompanyPrinterDriver>(outputPath, false);
+    }
+    DocumentReader reader(*driver);
     reader.parse(inputPath); // the result is not examined (Part 1.1)
 }

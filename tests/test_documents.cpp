@@ -3,11 +3,14 @@
 //   pastrel.conf     the configuration, installed as $HOME/.pastrel/conf/pastrel.conf
 //                    ("@HOME@" stands for the case's temporary HOME, "@QM_DIR@" for the
 //                    folder of the test catalogues built from tests/translations/,
-//                    "@CATALOGUE_DIR@" for that of the shipped catalogues of translations/);
+//                    "@CATALOGUE_DIR@" for that of the shipped catalogues of translations/,
+//                    "@CASE_DIR@" for the case's own folder);
 //                    without it the run has no configuration file
 //   expected.prn     the exact output bytes, written by hand from the Parts
 //   expected.stdout  the exact standard output ("@HOME@" as above); without it standard
 //                    output must be empty
+//   expected.stderr  when present, the exact standard error ("@HOME@", "@CASE_DIR@" as in
+//                    pastrel.conf); without it standard error is not compared
 //   environment      optional VAR=value lines added to the program's environment
 // A missing expected file fails the case; UPDATE_GOLDEN=1 rewrites them on purpose only.
 #include "testsupport.h"
@@ -59,6 +62,7 @@ TEST_P(GoldenDocument, RendersExpectedBytes) {
         conf.replace("@HOME@", home.path().toLocal8Bit());
         conf.replace("@QM_DIR@", PASTREL_BINARY_DIR "/tests/translations");
         conf.replace("@CATALOGUE_DIR@", PASTREL_BINARY_DIR "/translations");
+        conf.replace("@CASE_DIR@", folder.toLocal8Bit());
         home.writeConfig(conf);
     }
     QProcessEnvironment extra;
@@ -91,6 +95,12 @@ TEST_P(GoldenDocument, RendersExpectedBytes) {
     QByteArray stdoutExpected = readFile(expectedStdout);
     stdoutExpected.replace("@HOME@", home.path().toLocal8Bit());
     EXPECT_BYTES(stdoutExpected, run.out);
+    const QString expectedStderr = folder + QStringLiteral("/expected.stderr");
+    if (QFile::exists(expectedStderr)) {
+        QByteArray stderrExpected = readFile(expectedStderr);
+        stderrExpected.replace("@HOME@", home.path().toLocal8Bit());
+        EXPECT_BYTES(stderrExpected.replace("@CASE_DIR@", folder.toLocal8Bit()), run.err);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Documents, GoldenDocument, ::testing::ValuesIn(caseNames()),
