@@ -202,7 +202,7 @@ void EscPosPrinterDriver::printRowFiscal(const QString&, const QString&, const Q
                                          const QString&) {}
 
 void EscPosPrinterDriver::printLogo() {
-    if (!m_printLogo || m_logoPath.isEmpty())
+    if (!m_printLogo || m_logoPath.isEmpty() || !writable())
         return;
     if (!m_logoLoaded) {
         m_logo = loadLogo(); // once per run, and so one report of a bad file
