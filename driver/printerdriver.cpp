@@ -93,15 +93,13 @@ void PrinterDriver::write(const QString& text) {
         return;
     // One line per character, the first time it is met: the integrator sees what to fix in the
     // till's data, and a receipt full of one missing sign does not flood the log.
-    for (const char32_t character : m_unencodable.mid(known).toUcs4()) {
+    for (const char32_t code : m_unencodable.mid(known).toUcs4()) {
+        const QString character = QString::fromUcs4(&code, 1);
         std::cerr << "pastrel-print: code page " << m_codePage->name << " has no \""
-                  << QString::fromUcs4(&character, 1).toUtf8().constData() << "\" (U+"
-                  << QString::number(character, 16)
-                         .toUpper()
-                         .rightJustified(4, QLatin1Char('0'))
-                         .toLatin1()
-                         .constData()
-                  << "), printed as \"?\"" << std::endl;
+                  << character.toUtf8().constData() << "\" (U+"
+                  << QByteArray::number(code, 16).toUpper().rightJustified(4, '0').constData()
+                  << "), printed as \"" << QByteArray(character.size(), '?').constData() << "\""
+                  << std::endl;
     }
 }
 
