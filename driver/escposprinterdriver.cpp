@@ -174,7 +174,8 @@ void EscPosPrinterDriver::endSection() {
 void EscPosPrinterDriver::print(unsigned int indent, const QString& text) {
     // Centred text gets no blanks: the printer centres it. A line too long for the paper
     // loses its indent, as on the company printer.
-    const bool blanks = indent > 0 && !m_style.centred && text.size() <= m_columns;
+    const qsizetype length = text.size() - (text.endsWith(QLatin1Char(LF)) ? 1 : 0);
+    const bool blanks = indent > 0 && !m_style.centred && length <= m_columns;
     if (!blanks && text.isEmpty())
         return;
     applyStyle();
@@ -188,10 +189,9 @@ void EscPosPrinterDriver::print(unsigned int indent, const QString& text) {
 }
 
 void EscPosPrinterDriver::println(unsigned int indent, const QString& text) {
-    print(indent, text);
-    applyStyle(); // an empty line is as tall as the text around it
-    write(QString(QLatin1Char(LF)));
-    m_lineOpen = false;
+    // One write for the row and its line feed; an empty line gets the style too, as tall as
+    // the text around it.
+    print(indent, text + QLatin1Char(LF));
 }
 
 void EscPosPrinterDriver::println(const QString& text) {

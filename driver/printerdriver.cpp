@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QTextStream>
 
+#include <algorithm>
 #include <iostream>
 
 namespace {
@@ -83,7 +84,9 @@ void PrinterDriver::selectCodePage(const CodePage* fallback) {
 void PrinterDriver::write(const QString& text) {
     if (!writable())
         return;
-    if (!m_codePage) {
+    // ASCII is the same in every page, and most rows are ASCII: those go out as they are.
+    if (!m_codePage ||
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; })) {
         *m_stream << text;
         return;
     }
