@@ -45,13 +45,13 @@ void compile(int argc, char** argv) {
 
     // Write-only and truncating (append false); the destructor closes the output. Without
     // pastrel.printer.model, the company printer, every byte as it has always been.
-    const QString model = configuration->getStrValue(QStringLiteral("pastrel.printer.model"));
+    const QString model =
+        configuration->getStrValue(QStringLiteral("pastrel.printer.model")).trimmed();
     std::unique_ptr<PrinterDriver> driver;
-    if (model.trimmed().compare(QLatin1String("escpos"), Qt::CaseInsensitive) == 0) {
+    if (model.compare(QLatin1String("escpos"), Qt::CaseInsensitive) == 0) {
         driver = std::make_unique<EscPosPrinterDriver>(outputPath, false);
     } else {
-        if (!model.isEmpty() &&
-            model.trimmed().compare(QLatin1String("company"), Qt::CaseInsensitive))
+        if (!model.isEmpty() && model.compare(QLatin1String("company"), Qt::CaseInsensitive) != 0)
             std::cerr << "pastrel-print: unknown pastrel.printer.model \""
                       << model.toUtf8().constData()
                       << "\" (company or escpos); printing for the company printer" << std::endl;

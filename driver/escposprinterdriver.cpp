@@ -151,7 +151,8 @@ void EscPosPrinterDriver::setCenterJustify() {
 }
 
 void EscPosPrinterDriver::fullCut() {
-    // Feeds just to the cutter, then cuts: no paper wasted on blank lines.
+    // The cut pastrel.printer.cut asks for (partial unless "full"), after feeding just to the
+    // cutter: no paper wasted on blank lines.
     command({GS, CUT, m_cut, 0});
 }
 

@@ -177,7 +177,8 @@ private:
     void printReportTitle(const char* title);
     void printDottedLine(const char* label, const QString& text);
     void printSerialsLine(const Attributes& attributes);
-    Layout m_layout = nullptr;            // the layout operation named by m_method (Part 2.2)
+    Layout m_layout = nullptr; // the layout operation named by m_method (Part 2.2)
+
     const CodePage* m_codePage = nullptr; // null: UTF-8 text
     QString m_unencodable;                // characters the page lacks, each reported once
 };
