@@ -4,6 +4,7 @@
 
 #include "companyprinterdriver.h"
 #include "documentreader.h"
+#include "escposprinterdriver.h"
 #include "outputjob.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
@@ -13,6 +14,25 @@
 #include <QTranslator>
 
 #include <iostream>
+#include <memory>
+
+namespace {
+
+// The back-end pastrel.printer.model names. Without the key, the company printer, every byte as
+// it has always been; an unknown name also gets the company printer, and one line on standard
+// error says so.
+std::unique_ptr<PrinterDriver> makeDriver(PAConfiguration& configuration, const QString& path) {
+    const QString model =
+        configuration.getStrValue(QStringLiteral("pastrel.printer.model")).trimmed();
+    if (model.compare(QLatin1String("escpos"), Qt::CaseInsensitive) == 0)
+        return std::make_unique<EscPosPrinterDriver>(path, false);
+    if (!model.isEmpty() && model.compare(QLatin1String("company"), Qt::CaseInsensitive) != 0)
+        std::cerr << "pastrel-print: unknown pastrel.printer.model \"" << model.toUtf8().constData()
+                  << "\" (company or escpos); printing for the company printer" << std::endl;
+    return std::make_unique<CompanyPrinterDriver>(path, false);
+}
+
+} // namespace
 
 void compile(int argc, char** argv) {
     // Accepted when argc - 3, as an unsigned number, is at most 1: argc 3 or 4. A fourth
@@ -50,10 +70,10 @@ void compile(int argc, char** argv) {
     OutputJob job(outputPath);
     {
         // Write-only and truncating (append false); the destructor closes the output.
-        CompanyPrinterDriver driver(job.renderPath(), false);
-        DocumentReader reader(driver);
+        const std::unique_ptr<PrinterDriver> driver = makeDriver(*configuration, job.renderPath());
+        DocumentReader reader(*driver);
         reader.parse(inputPath); // the result is not examined: the exit status is always 0
-        job.setDocumentPrinter(driver.printerIpAddress(), driver.printerPort());
+        job.setDocumentPrinter(driver->printerIpAddress(), driver->printerPort());
     }
     if (!job.deliver())
         std::cout << PrinterDriver::kUnableToOpenFile << std::endl;

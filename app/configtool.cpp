@@ -1,6 +1,7 @@
 #include "configtool.h"
 
 #include "configeditor.h"
+#include "logotool.h"
 #include "paconfiguration.h"
 #include "spooltool.h"
 #include "syncsingleton.h"
@@ -108,6 +109,9 @@ int configTool(int argc, char** argv) {
         return spoolTool(argc - 1, argv + 1);
     if (command == "edit" && argc == 2)
         return edit(argc, argv);
+    if (command == "logo" && (argc == 3 || argc == 4))
+        return convertLogo(QFile::decodeName(argv[2]),
+                           argc == 4 ? QFile::decodeName(argv[3]) : QString());
     if ((command == "help" || command == "--help" || command == "-h") && argc == 2) {
         std::cout << kUsage << std::endl;
         return 0;

@@ -6,6 +6,8 @@
 //   pastrel-config edit       a window on the tree; value items are renamed in place and the
 //                             file is saved with loadListView when the window closes
 //   pastrel-config help       the usage line on standard output, status 0
+//   pastrel-config logo IMAGE [RASTER]  the shop's logo made ready for an ESC/POS printer
+//                             (logotool.h)
 //
 // Choices (docs/configuration.md):
 //  - No arguments, an unknown command or a wrong count: the usage line on standard error and

@@ -131,8 +131,8 @@ QByteArray encode(const CodePage& page, QStringView text, QString* missing) {
     const Reverse& reverse = reverseOf(page);
     QByteArray bytes;
     bytes.reserve(text.size());
-    for (const QChar c : text) {
-        const char16_t code = c.unicode();
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t code = text[i].unicode();
         if (code < 0x80) {
             bytes += static_cast<char>(code);
             continue;
@@ -143,9 +143,16 @@ QByteArray encode(const CodePage& page, QStringView text, QString* missing) {
             bytes += static_cast<char>(it->second);
             continue;
         }
-        bytes += '?';
-        if (missing && !missing->contains(c))
-            missing->append(c);
+        // A character beyond U+FFFF is two units, two cells to the layout: two '?', and it is
+        // named whole in missing.
+        const qsizetype units =
+            QChar::isHighSurrogate(code) && i + 1 < text.size() && text[i + 1].isLowSurrogate() ? 2
+                                                                                                : 1;
+        bytes.append(units, '?');
+        const QStringView character = text.mid(i, units);
+        if (missing && !missing->contains(character))
+            missing->append(character);
+        i += units - 1;
     }
     return bytes;
 }

@@ -23,8 +23,8 @@ const CodePage* byName(QStringView name);
 const CodePage* begin();
 const CodePage* end();
 
-// text as bytes of page. A character the page lacks becomes '?'; when missing is given, each
-// such character is appended to it once.
+// text as bytes of page. A character the page lacks becomes '?' (two for one beyond U+FFFF);
+// when missing is given, each such character is appended to it once.
 QByteArray encode(const CodePage& page, QStringView text, QString* missing = nullptr);
 // bytes as text; a byte the page does not define decodes to U+FFFD.
 QString decode(const CodePage& page, QByteArrayView bytes);

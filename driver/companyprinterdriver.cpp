@@ -4,8 +4,6 @@
 
 #include "controlcodes.h"
 
-#include <QTextStream>
-
 #include <initializer_list>
 
 using namespace ControlCodes;
@@ -23,7 +21,9 @@ QString sequence(std::initializer_list<char> codes) {
 } // namespace
 
 CompanyPrinterDriver::CompanyPrinterDriver(const QString& path, bool append)
-    : PrinterDriver(path, append) {}
+    : PrinterDriver(path, append) {
+    selectCodePage(nullptr); // without pastrel.printer.codepage: UTF-8, as always
+}
 
 CompanyPrinterDriver::~CompanyPrinterDriver() = default;
 
@@ -83,13 +83,14 @@ void CompanyPrinterDriver::print(unsigned int indent, const QString& text) {
         blanks = (width - length) >> 1; // unsigned; a text wider than the paper is caught below
     if (width < length)
         blanks = 0; // wider than the paper: no indent, the printer wraps it anyway
-    *m_stream << QString(static_cast<int>(blanks), QLatin1Char(' ')) << text;
+    if (blanks > 0)
+        write(QString(static_cast<int>(blanks), QLatin1Char(' ')));
+    write(text);
 }
 
 void CompanyPrinterDriver::println(unsigned int indent, const QString& text) {
     print(indent, text);
-    if (writable())
-        *m_stream << QLatin1Char(LF);
+    write(QString(QLatin1Char(LF)));
 }
 
 void CompanyPrinterDriver::println(const QString& text) {

@@ -2,6 +2,7 @@
 // settings, and the small helpers every layout uses.
 #include "printerdriver.h"
 
+#include "codepage.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
 
@@ -9,6 +10,7 @@
 #include <QFile>
 #include <QTextStream>
 
+#include <algorithm>
 #include <iostream>
 
 namespace {
@@ -65,6 +67,52 @@ PrinterDriver::~PrinterDriver() {
 
 bool PrinterDriver::writable() const {
     return m_stream != nullptr && m_stream->status() == QTextStream::Ok;
+}
+
+void PrinterDriver::selectCodePage(const CodePage* fallback) {
+    const QString name =
+        m_configuration->getStrValue(QStringLiteral("pastrel.printer.codepage")).trimmed();
+    m_codePage = name.isEmpty() ? fallback : CodePages::byName(name);
+    if (!m_codePage && !name.isEmpty()) {
+        std::cerr << "pastrel-print: unknown code page \"" << name.toUtf8().constData()
+                  << "\" in pastrel.printer.codepage (PC437, PC850, PC858 or WPC1252); using "
+                  << (fallback ? fallback->name : "UTF-8") << std::endl;
+        m_codePage = fallback;
+    }
+    // Encoded text reaches the stream as Latin-1 characters, which the stream writes back as
+    // exactly those bytes: the page's bytes keep the stream's buffering and failure handling.
+    if (m_codePage && m_stream)
+        m_stream->setEncoding(QStringConverter::Latin1);
+}
+
+void PrinterDriver::write(const QString& text) {
+    if (!writable())
+        return;
+    // ASCII is the same in every page, and most rows are ASCII: those go out as they are.
+    if (!m_codePage ||
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; })) {
+        *m_stream << text;
+        return;
+    }
+    const qsizetype known = m_unencodable.size();
+    *m_stream << QString::fromLatin1(CodePages::encode(*m_codePage, text, &m_unencodable));
+    if (m_unencodable.size() == known)
+        return;
+    // One line per character, the first time it is met: the integrator sees what to fix in the
+    // till's data, and a receipt full of one missing sign does not flood the log.
+    for (const char32_t code : m_unencodable.mid(known).toUcs4()) {
+        const QString character = QString::fromUcs4(&code, 1);
+        std::cerr << "pastrel-print: code page " << m_codePage->name << " has no \""
+                  << character.toUtf8().constData() << "\" (U+"
+                  << QByteArray::number(code, 16).toUpper().rightJustified(4, '0').constData()
+                  << "), printed as \"" << QByteArray(character.size(), '?').constData() << "\""
+                  << std::endl;
+    }
+}
+
+void PrinterDriver::writeBytes(const QByteArray& bytes) {
+    if (writable())
+        *m_stream << QString::fromLatin1(bytes);
 }
 
 bool PrinterDriver::startDocument() {

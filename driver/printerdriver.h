@@ -38,6 +38,7 @@
 
 class PAConfiguration;
 class QFile;
+struct CodePage;
 class QTextStream;
 
 class PrinterDriver {
@@ -132,6 +133,15 @@ protected:
     // writers then drop their text. QTextStream keeps every later text in memory once a write
     // has failed, so without this a failed device would hold the whole document.
     bool writable() const;
+    // Text to the output: through the text stream in UTF-8, as the suite's printers have always
+    // received it, or, once selectCodePage has chosen a page, one byte per character of that page.
+    void write(const QString& text);
+    // Control bytes as they are, past the code page (bytes from 0x80 up need a code page).
+    void writeBytes(const QByteArray& bytes);
+    // Chooses the page pastrel.printer.codepage names, or fallback when the key is absent
+    // (nullptr: UTF-8). An unknown name is reported on standard error and fallback taken.
+    void selectCodePage(const CodePage* fallback);
+    const CodePage* codePage() const { return m_codePage; }
 
     PAConfiguration* m_configuration; // not owned
     QString m_method;
@@ -195,4 +205,7 @@ private:
     void printDottedLine(const char* label, const QString& text);
     void printSerialsLine(const Attributes& attributes);
     Layout m_layout = nullptr; // the layout operation named by m_method
+
+    const CodePage* m_codePage = nullptr; // null: UTF-8 text
+    QString m_unencodable;                // characters the page lacks, each reported once
 };

@@ -2,13 +2,15 @@
 // case, run through the built program as a till runs it (a temporary HOME of its own).
 //   expected.prn     the exact output bytes, written by hand; without it no output file is made
 //   expected.stdout  the exact standard output (none: empty)
+//   expected.stderr  the exact standard error (none: not compared)
 //   pastrel.conf     the configuration ($HOME/.pastrel/conf/pastrel.conf), or a file `config`
 //                    naming a shared tests/documents/configs/<name>.conf (neither: no file)
 //   environment      VAR=value lines added to the program's environment
 //   arguments        the program's arguments, one a line (default: @INPUT@ and @OUTPUT@)
 // Placeholders: @INPUT@ the case's input.xml, @OUTPUT@ the output path in the temporary HOME,
-// @PROGRAM@ the program as started, @HOME@ the temporary HOME, @QM_DIR@ the folder of the test
-// catalogues built from tests/translations/, @CATALOGUE_DIR@ that of the shipped catalogues.
+// @PROGRAM@ the program as started, @HOME@ the temporary HOME, @CASE_DIR@ the case's folder,
+// @QM_DIR@ the folder of the test catalogues built from tests/translations/, @CATALOGUE_DIR@
+// that of the shipped catalogues.
 #include "testsupport.h"
 
 #include <QDirIterator>
@@ -57,6 +59,7 @@ TEST_P(GoldenDocument, RendersExpectedBytes) {
         const QString path = name.startsWith('/') ? name : folder + name;
         return (QFile::exists(path) ? readFile(path) : otherwise)
             .replace("@HOME@", home.path().toLocal8Bit())
+            .replace("@CASE_DIR@", QFile::encodeName(folder.chopped(1)))
             .replace("@INPUT@", QFile::encodeName(folder + QStringLiteral("input.xml")))
             .replace("@OUTPUT@", QFile::encodeName(output))
             .replace("@PROGRAM@", QFile::encodeName(testsupport::printProgram()))
@@ -83,6 +86,8 @@ TEST_P(GoldenDocument, RendersExpectedBytes) {
     else
         EXPECT_FALSE(QFile::exists(output)) << "an output file was made";
     EXPECT_BYTES(read(QStringLiteral("expected.stdout")), run.out);
+    if (QFile::exists(folder + QStringLiteral("expected.stderr")))
+        EXPECT_BYTES(read(QStringLiteral("expected.stderr")), run.err);
 
     // A sample of docs/documents.md naming this case shows its input (comments aside), then its
     // output as scripts/readable prints it, with a line end after the end sequence.
