@@ -86,8 +86,9 @@ TEST_P(GoldenDocument, RendersExpectedBytes) {
     else
         EXPECT_FALSE(QFile::exists(output)) << "an output file was made";
     EXPECT_BYTES(read(QStringLiteral("expected.stdout")), run.out);
-    if (QFile::exists(folder + QStringLiteral("expected.stderr")))
+    if (QFile::exists(folder + QStringLiteral("expected.stderr"))) {
         EXPECT_BYTES(read(QStringLiteral("expected.stderr")), run.err);
+    }
 
     // A sample of docs/documents.md naming this case shows its input (comments aside), then its
     // output as scripts/readable prints it, with a line end after the end sequence.
