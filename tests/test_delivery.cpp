@@ -40,8 +40,7 @@ protected:
                                           body + "</doc>");
         QProcessEnvironment english; // the system's reasons in English
         english.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
-        return testsupport::expectEndsWithStatusZero(testsupport::runProgram(
-            testsupport::printProgram(), {input, output}, home.path(), english, {}, timeoutMs));
+        return testsupport::runPrint({input, output}, home.path(), english, timeoutMs);
     }
 
     testsupport::Run spool(const QStringList& arguments) {

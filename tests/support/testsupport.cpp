@@ -82,8 +82,9 @@ QString printProgram() {
     return QStringLiteral(PASTREL_PRINT);
 }
 
-Run runPrint(const QStringList& arguments, const QString& home, const QProcessEnvironment& extra) {
-    const Run run = runProgram(printProgram(), arguments, home, extra);
+Run runPrint(const QStringList& arguments, const QString& home, const QProcessEnvironment& extra,
+             int timeoutMs) {
+    const Run run = runProgram(printProgram(), arguments, home, extra, QString(), timeoutMs);
     EXPECT_TRUE(run.finished && !run.crashed && run.exitCode == 0)
         << "finished " << run.finished << ", crashed " << run.crashed << ", status "
         << run.exitCode;

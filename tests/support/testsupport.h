@@ -58,6 +58,6 @@ QString printProgram(); // the built pastrel-print
 // Runs pastrel-print and checks what a till relies on for every run: it ends, without crashing,
 // with exit status 0 (EXPECTs, so the test goes on).
 Run runPrint(const QStringList& arguments, const QString& home,
-             const QProcessEnvironment& extra = QProcessEnvironment());
+             const QProcessEnvironment& extra = QProcessEnvironment(), int timeoutMs = 120000);
 
 } // namespace testsupport
