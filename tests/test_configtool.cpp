@@ -54,6 +54,8 @@ const QByteArray kConfSavedWithInfo = "pastrel: \n"
                                       "};\n"
                                       "\n";
 
+const QByteArray kUsage = "usage: pastrel-config show | get KEY | set KEY VALUE | check | edit\n";
+
 QString tool() {
     return QStringLiteral(PASTREL_CONFIG_TOOL);
 }
@@ -72,27 +74,27 @@ QProcessEnvironment with(const char* name, const QString& value) {
 // ---------------------------------------------------------------------------------------------
 // show and get
 
-// printConfigTree (Part 4.3, Printing) of $HOME/.pastrel/conf/pastrel.conf (Part 4.2).
-TEST(ConfigToolShow, PrintsTheTreeOfTheHomeConfiguration) {
+// The tree of $HOME/.pastrel/conf/pastrel.conf, four blanks further in per level.
+TEST(ConfigToolShow, PrintsTheHomeConfigurationAsAnIndentedTree) {
     TempHome home;
     home.writeConfig(kConf);
     const ToolRun run = runTool(home, {QStringLiteral("show")});
     ASSERT_TRUE(run.finished);
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_BYTES(home.configPath().toLocal8Bit() +
-                     "\npastrel\nlogger\nfilename = pastrel.log\nlevel = DEBUG\nreceiptdoc\n"
-                     "openCashDrawer = true\npaperWidth = 40\n",
-                 run.out.mid(6));
-    EXPECT_TRUE(run.out.startsWith("Tree \n"));
+                     "\n    pastrel\n        logger\n            filename = pastrel.log\n"
+                     "            level = DEBUG\n        receiptdoc\n"
+                     "            openCashDrawer = true\n            paperWidth = 40\n",
+                 run.out);
 }
 
-// Part 4.1/4.2: without a configuration file the reader's message, then an empty tree.
+// Without a configuration file: the reader's message and no tree.
 TEST(ConfigToolShow, WithoutConfigurationPrintsTheReadersMessageAndAnEmptyTree) {
     TempHome home;
     const ToolRun run = runTool(home, {QStringLiteral("show")});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_BYTES("Error in the method FileReader::open( " + home.configPath().toLocal8Bit() +
-                     " ): File Not Found\nTree \n",
+                     " ): File Not Found\n",
                  run.out);
 }
 
@@ -157,7 +159,7 @@ TEST(ConfigToolUsage, NoArgumentsPrintUsageOnStandardErrorAndExit2) {
     TempHome home;
     const ToolRun run = runTool(home, {});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_BYTES("usage: pastrel-config show | get KEY | edit\n", run.err);
+    EXPECT_BYTES(kUsage, run.err);
     EXPECT_BYTES("", run.out);
 }
 
@@ -175,7 +177,7 @@ TEST(ConfigToolUsage, WrongCommandOrArgumentCountExits2) {
     for (const QStringList& arguments : wrong) {
         const ToolRun run = runTool(home, arguments);
         EXPECT_EQ(run.exitCode, 2) << arguments.join(QLatin1Char(' ')).toStdString();
-        EXPECT_BYTES("usage: pastrel-config show | get KEY | edit\n", run.err);
+        EXPECT_BYTES(kUsage, run.err);
     }
     EXPECT_BYTES(kConf, readFile(home.configPath())); // nothing touched the file
 }
@@ -186,8 +188,61 @@ TEST(ConfigToolUsage, HelpPrintsUsageOnStandardOutputAndExits0) {
     for (const char* help : {"help", "--help", "-h"}) {
         const ToolRun run = runTool(home, {QString::fromLatin1(help)});
         EXPECT_EQ(run.exitCode, 0) << help;
-        EXPECT_BYTES("usage: pastrel-config show | get KEY | edit\n", run.out);
+        EXPECT_TRUE(run.out.startsWith(kUsage)) << run.out.constData();
     }
+}
+
+// ---------------------------------------------------------------------------------------------
+// set and check, as an integrator's script runs them
+
+struct SetCase {
+    const char* name;
+    QByteArray before; // empty: no file
+    QStringList arguments;
+    int status;
+    QByteArray after; // the whole file afterwards
+};
+
+// set rewrites the whole file (no tail of a longer old one, later top-level groups dropped),
+// creates missing groups and a missing file, and refuses what the file cannot carry or nothing
+// would read, leaving the file as it was.
+TEST(ConfigToolSet, WritesACleanFileOrRefuses) {
+    const QByteArray longer = kConf + "spare : { note = \"" + QByteArray(400, 'x') + "\"; };\n";
+    const QByteArray logoOnly = "pastrel: \n{\n    printer: \n    {\n        logo = \"/l b\";\n"
+                                "    };\n\n};\n\n";
+    const QList<SetCase> cases = {
+        {"changes a value", longer, {"pastrel.logger.level", "INFO"}, 0, kConfSavedWithInfo},
+        {"creates the file", "", {"pastrel.printer.logo", "/l b"}, 0, logoOnly},
+        {"other first group", kConf, {"other.logger.level", "INFO"}, 1, kConf},
+        {"empty field", kConf, {"pastrel..level", "INFO"}, 1, kConf},
+        {"semicolon", kConf, {"pastrel.logger.level", "A;B"}, 1, kConf},
+    };
+    for (const SetCase& c : cases) {
+        TempHome home;
+        if (!c.before.isEmpty())
+            home.writeConfig(c.before);
+        const ToolRun run = runTool(home, QStringList{QStringLiteral("set")} + c.arguments);
+        EXPECT_EQ(run.exitCode, c.status) << c.name << ": " << run.err.constData();
+        EXPECT_BYTES(c.after, readFile(home.configPath())) << c.name;
+    }
+}
+
+// Three planted mistakes among right settings (a catalogue that loads, flags exactly "true",
+// printer keys): check reports exactly those three and exits 1.
+TEST(ConfigToolCheck, ReportsExactlyThePlantedMistakes) {
+    TempHome home;
+    home.writeConfig("pastrel : {\n language : { basedir = \"" PASTREL_BINARY_DIR
+                     "/translations/\"; file = pastrel_it_IT.qm; };\n"
+                     " printer : { model = escpos; cut = full; logo = /no/logo.bin; };\n"
+                     " receiptdoc : { paperwidth = 32; printHeader = true; copyNumber = 2; };\n"
+                     " fiscaldoc : { openCashDrawer = True; printDate = false; };\n};\n");
+    const ToolRun run = runTool(home, {QStringLiteral("check")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_BYTES("pastrel.receiptdoc.paperwidth: nothing reads this key; did you mean paperWidth?\n"
+                 "pastrel.fiscaldoc.openCashDrawer = True: a flag is on only for the exact text "
+                 "true; this reads as off\n"
+                 "pastrel.printer.logo: no readable file at /no/logo.bin\n",
+                 run.out);
 }
 
 // ---------------------------------------------------------------------------------------------
