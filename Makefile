@@ -5,6 +5,7 @@
 #   make sanitize  the whole test suite in a separate AddressSanitizer + UBSan build
 #   make fuzz      each libFuzzer target of fuzz/ for FUZZ_SECONDS (default 60) under clang
 #   make fuzz-coverage  the source lines the corpora grown by make fuzz reach
+#   make package   set-up, build, the Debian package build/pastrel-print_VERSION_ARCH.deb
 BUILD_DIR ?= build
 JOBS      ?= $(shell nproc)
 CMAKE_ARGS ?=
@@ -12,8 +13,11 @@ CMAKE_ARGS ?=
 # Debian packages the build, the tests and the demo need (Debian 12).
 PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-tools \
             qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
+# The Debian package and its test: dpkg-shlibdeps computes its dependencies (dpkg-dev, file);
+# the manual pages are rendered with man -l and groff; the consumer test builds with pkg-config.
+PACKAGES += dpkg-dev file man-db groff-base pkgconf
 
-.PHONY: all deps configure build run test bench sanitize fuzz fuzz-coverage clean
+.PHONY: all deps configure build run test bench package sanitize fuzz fuzz-coverage clean
 
 all: build
 
@@ -36,6 +40,9 @@ test: build
 
 bench: build
 	@bench/run.sh $(BUILD_DIR)/app/pastrel-print
+
+package: build
+	cmake --build $(BUILD_DIR) --target package
 
 SANITIZE_DIR ?= build-sanitize
 sanitize: deps

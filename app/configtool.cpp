@@ -1,5 +1,6 @@
 #include "configtool.h"
 
+#include "configcommands.h"
 #include "configeditor.h"
 #include "logotool.h"
 #include "paconfiguration.h"
@@ -17,7 +18,20 @@
 
 namespace {
 
-const char kUsage[] = "usage: pastrel-config show | get KEY | edit";
+const char kUsage[] = "usage: pastrel-config show | get KEY | set KEY VALUE | check | edit | "
+                      "logo IMAGE [RASTER] | spool list|send|drop";
+const char kHelp[] =
+    "The till's configuration, $HOME/.pastrel/conf/pastrel.conf:\n"
+    "  show            the settings as an indented tree\n"
+    "  get KEY         one value (an empty line when the key is missing)\n"
+    "  set KEY VALUE   set one value, creating missing groups, and rewrite the file\n"
+    "  check           list keys nothing reads, flags not written exactly true, and a\n"
+    "                  catalogue or logo that cannot be found; status 1 when it finds any\n"
+    "  edit            change values in a window\n"
+    "  logo IMAGE [RASTER]  convert the shop's logo for the ESC/POS printer\n"
+    "  spool list | send | drop JOB...|all  the jobs waiting for a printer\n"
+    "  --help, --version\n"
+    "See pastrel-config(1).";
 
 int usageError() {
     std::cerr << kUsage << std::endl;
@@ -96,15 +110,17 @@ int configTool(int argc, char** argv) {
     if (argc < 2 || argv == nullptr || argv[1] == nullptr)
         return usageError();
     const QByteArray command(argv[1]);
-    if (command == "show" && argc == 2) {
-        SyncSingleton<PAConfiguration>::instance()->printConfigTree();
-        return 0;
-    }
+    if (command == "show" && argc == 2)
+        return showTree();
     if (command == "get" && argc == 3) {
         const QString key = QString::fromLatin1(argv[2]);
         printLatin1Line(SyncSingleton<PAConfiguration>::instance()->getStrValue(key));
         return 0;
     }
+    if (command == "set" && argc == 4)
+        return setSetting(QString::fromLatin1(argv[2]), QString::fromLatin1(argv[3]));
+    if (command == "check" && argc == 2)
+        return checkConfiguration();
     if (command == "spool")
         return spoolTool(argc - 1, argv + 1);
     if (command == "edit" && argc == 2)
@@ -113,7 +129,11 @@ int configTool(int argc, char** argv) {
         return convertLogo(QFile::decodeName(argv[2]),
                            argc == 4 ? QFile::decodeName(argv[3]) : QString());
     if ((command == "help" || command == "--help" || command == "-h") && argc == 2) {
-        std::cout << kUsage << std::endl;
+        std::cout << kUsage << '\n' << kHelp << std::endl;
+        return 0;
+    }
+    if (command == "--version" && argc == 2) {
+        std::cout << "pastrel-config " PASTREL_VERSION << std::endl;
         return 0;
     }
     return usageError();

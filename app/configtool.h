@@ -1,13 +1,18 @@
 // configTool(): the command line of pastrel-config, the maintainers' tool over the till's
 // configuration file ($HOME/.pastrel/conf/pastrel.conf). main() returns its result.
 //
-//   pastrel-config show       the tree, as printConfigTree prints it
+//   pastrel-config show       the tree, indented (configcommands.h)
 //   pastrel-config get KEY    one value and a line end (the empty line when absent or empty)
+//   pastrel-config set KEY VALUE   one value set, missing groups created (configcommands.h)
+//   pastrel-config check      keys nothing reads, flags not exactly "true", a catalogue or
+//                             logo that cannot be found; status 1 on any (configcommands.h)
 //   pastrel-config edit       a window on the tree; value items are renamed in place and the
 //                             file is saved with loadListView when the window closes
-//   pastrel-config help       the usage line on standard output, status 0
+//   pastrel-config help       the usage line and a summary on standard output, status 0
 //   pastrel-config logo IMAGE [RASTER]  the shop's logo made ready for an ESC/POS printer
 //                             (logotool.h)
+//   pastrel-config spool list|send|drop   the jobs waiting for a printer (spooltool.h)
+//   pastrel-config --version  "pastrel-config" and the version, status 0
 //
 // Choices (docs/configuration.md):
 //  - No arguments, an unknown command or a wrong count: the usage line on standard error and

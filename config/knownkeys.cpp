@@ -1,0 +1,125 @@
+#include "knownkeys.h"
+
+#include <algorithm>
+
+namespace {
+
+// The document types' groups, as the renderer names them (PrinterDriver::documentPath).
+const char* const kDocumentGroups[] = {"doc",        "prefiscaldoc", "fiscaldoc", "receiptdoc",
+                                       "invoicedoc", "deliverydoc",  "reportdoc", "solddoc"};
+
+// The layout settings PrinterDriver::loadValues and the header blocks read under each group.
+const char* const kDocumentValues[] = {"quantityFieldWidth",
+                                       "priceFieldWidth",
+                                       "totalPriceFieldWidth",
+                                       "paperWidth",
+                                       "paperRows",
+                                       "topMargin",
+                                       "style"};
+const char* const kDocumentFlags[] = {"printGeometry",
+                                      "printHeader",
+                                      "printLogo",
+                                      "printCompany",
+                                      "printDeliveryAddress",
+                                      "printBillingAddress",
+                                      "printTelephone",
+                                      "printDate",
+                                      "printTime",
+                                      "printTable",
+                                      "printCustomer",
+                                      "printLicenseNumber",
+                                      "printFiscalCode",
+                                      "printCredit",
+                                      "printWaiter",
+                                      "printNote",
+                                      "openCashDrawer"};
+
+// Keys outside the document groups: the catalogue (compile), the logger, the database and tools
+// settings of HLibrary, and the printer.
+const char* const kOtherKeys[] = {"pastrel.language.basedir",
+                                  "pastrel.language.file",
+                                  "pastrel.logger.level",
+                                  "pastrel.logger.basedir",
+                                  "pastrel.logger.filename",
+                                  "pastrel.logger.type",
+                                  "pastrel.db.dbname",
+                                  "pastrel.db.username",
+                                  "pastrel.db.password",
+                                  "pastrel.db.hostname",
+                                  "pastrel.bin.path",
+                                  "pastrel.printer.model",
+                                  "pastrel.printer.codepage",
+                                  "pastrel.printer.columns",
+                                  "pastrel.printer.cut",
+                                  "pastrel.printer.drawerPin",
+                                  "pastrel.printer.drawerOnTime",
+                                  "pastrel.printer.drawerOffTime",
+                                  "pastrel.printer.logo",
+                                  "pastrel.printer.timeout"};
+
+std::vector<KnownKeys::Key> buildTable() {
+    std::vector<KnownKeys::Key> keys;
+    for (const char* name : kOtherKeys)
+        keys.push_back({QLatin1String(name), false});
+    for (const char* group : kDocumentGroups) {
+        const QString prefix = QLatin1String("pastrel.") + QLatin1String(group) + QLatin1Char('.');
+        for (const char* value : kDocumentValues)
+            keys.push_back({prefix + QLatin1String(value), false});
+        for (const char* flag : kDocumentFlags)
+            keys.push_back({prefix + QLatin1String(flag), true});
+        // HLibrary::copyNumber has no row for the sold list: nothing reads its copy number.
+        if (QLatin1String(group) != QLatin1String("solddoc"))
+            keys.push_back({prefix + QLatin1String("copyNumber"), false});
+    }
+    return keys;
+}
+
+// Levenshtein distance, two rows.
+int editDistance(const QString& a, const QString& b) {
+    std::vector<int> previous(static_cast<std::size_t>(b.size()) + 1);
+    std::vector<int> current(previous.size());
+    for (std::size_t j = 0; j < previous.size(); ++j)
+        previous[j] = static_cast<int>(j);
+    for (qsizetype i = 1; i <= a.size(); ++i) {
+        current[0] = static_cast<int>(i);
+        for (qsizetype j = 1; j <= b.size(); ++j) {
+            const int substitution =
+                previous[static_cast<std::size_t>(j - 1)] + (a.at(i - 1) == b.at(j - 1) ? 0 : 1);
+            current[static_cast<std::size_t>(j)] =
+                std::min({previous[static_cast<std::size_t>(j)] + 1,
+                          current[static_cast<std::size_t>(j - 1)] + 1, substitution});
+        }
+        std::swap(previous, current);
+    }
+    return previous.back();
+}
+
+} // namespace
+
+const std::vector<KnownKeys::Key>& KnownKeys::all() {
+    static const std::vector<Key> table = buildTable();
+    return table;
+}
+
+const KnownKeys::Key* KnownKeys::find(const QString& name) {
+    for (const Key& key : all()) {
+        if (key.name == name)
+            return &key;
+    }
+    return nullptr;
+}
+
+QString KnownKeys::nearest(const QString& name) {
+    // Compared in lower case, so a key differing only in letter case is at distance 0 and wins.
+    const QString lower = name.toLower();
+    QString best;
+    int bestDistance = kMaxSuggestionDistance + 1;
+    for (const Key& key : all()) {
+        const int distance = editDistance(lower, key.name.toLower());
+        if (distance < bestDistance) {
+            best = key.name;
+            bestDistance = distance;
+        }
+    }
+    return best;
+}
