@@ -14,6 +14,8 @@ PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-to
             qt6-tools-dev-tools qt6-tools-dev postgresql time xxd
 # setpriv: tests/test_faults.cpp runs the unreadable-configuration fault as nobody when root.
 PACKAGES += util-linux
+# pastrel-preview: its fonts and the SVG writer.
+PACKAGES += fonts-dejavu-core qt6-svg-dev
 
 .PHONY: all deps configure build run test bench sanitize fuzz fuzz-coverage clean
 
