@@ -109,8 +109,13 @@ public:
     Paper run(QByteArrayView bytes) {
         const bool escPos = m_paper.backend == Backend::EscPos;
         qsizetype i = 0;
-        while (i < bytes.size() && !m_paper.truncated)
+        while (i < bytes.size() && !m_paper.truncated) {
             i += step(bytes.sliced(i), escPos);
+            if (m_paper.cells.size() + m_line.size() + m_paper.cuts.size() +
+                    m_paper.drawers.size() >
+                kMaxMarks)
+                m_paper.truncated = true;
+        }
         if (std::any_of(m_line.cbegin(), m_line.cend(), [](const PaperCell& cell) {
                 return cell.unknown || cell.character != U' ';
             }))

@@ -22,6 +22,7 @@ constexpr int kCompanyColumns = 40;
 constexpr int kEscPosColumns = 48;   // when the configuration names no width
 constexpr int kMaxColumns = 128;     // wider than any receipt printer
 constexpr int kMaxPaperDots = 20000; // 2.5 m of paper at 8 dots a mm: a longer job is cut short
+constexpr int kMaxMarks = 200000; // cells, cuts and pulses: overprinting without a feed stops here
 } // namespace Preview
 
 enum class Backend { Company, EscPos };
@@ -54,7 +55,7 @@ struct Paper {
     Backend backend = Backend::Company;
     int columns = Preview::kCompanyColumns;
     int length = 0;         // dots of paper fed
-    bool truncated = false; // the job ran past kMaxPaperDots
+    bool truncated = false; // the job ran past kMaxPaperDots or kMaxMarks
     QVector<PaperCell> cells;
     QVector<PaperRaster> rasters;
     QVector<PaperCut> cuts;

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFontDatabase>
 #include <QFontInfo>
+#include <QFontMetricsF>
 #include <QPainter>
 #include <QSvgGenerator>
 
@@ -30,20 +31,7 @@ const char* const kFontFiles[] = {"/usr/share/fonts/truetype/dejavu/DejaVuSansMo
                                   "/usr/share/fonts/truetype/dejavu/DejaVuSansMono-Bold.ttf"};
 const char* const kFontFamily = "DejaVu Sans Mono";
 
-QFont font(int pixels, bool bold) {
-    static const bool loaded = [] {
-        for (const char* file : kFontFiles)
-            QFontDatabase::addApplicationFont(QString::fromLatin1(file));
-        const bool found = QFontInfo(QFont(QString::fromLatin1(kFontFamily))).family() ==
-                           QLatin1String(kFontFamily);
-        if (!found)
-            std::fprintf(stderr,
-                         "pastrel-preview: %s not found (Debian package "
-                         "fonts-dejavu-core); drawing with another font\n",
-                         kFontFamily);
-        return found;
-    }();
-    (void)loaded;
+QFont makeFont(int pixels, bool bold) {
     QFont result(QString::fromLatin1(kFontFamily));
     result.setStyleHint(QFont::Monospace);
     result.setPixelSize(pixels);
@@ -51,27 +39,74 @@ QFont font(int pixels, bool bold) {
     return result;
 }
 
+// The four fonts of a picture, made once: the DejaVu files are added to the application's fonts
+// on first use.
+struct Fonts {
+    QFont glyph = makeFont(kGlyphPixels, false);
+    QFont bold = makeFont(kGlyphPixels, true);
+    QFont hex = makeFont(kHexPixels, true);
+    QFont label = makeFont(kLabelPixels, false);
+};
+
+const Fonts& fonts() {
+    static const Fonts made = [] {
+        for (const char* file : kFontFiles)
+            QFontDatabase::addApplicationFont(QString::fromLatin1(file));
+        if (QFontInfo(QFont(QString::fromLatin1(kFontFamily))).family() !=
+            QLatin1String(kFontFamily))
+            std::fprintf(stderr,
+                         "pastrel-preview: %s not found (Debian package "
+                         "fonts-dejavu-core); drawing with another font\n",
+                         kFontFamily);
+        return Fonts();
+    }();
+    return made;
+}
+
+// text centred in box, in the painter's font. Not QPainter::drawText(QRect, flags, ...), which
+// takes time in proportion to the picture's height: a long job's cells would take minutes.
+void drawCentred(QPainter& painter, const QRectF& box, const QString& text) {
+    const QFontMetricsF metrics(painter.font());
+    const QPointF baseline(box.x() + (box.width() - metrics.horizontalAdvance(text)) / 2,
+                           box.y() + (box.height() - metrics.height()) / 2 + metrics.ascent());
+    painter.drawText(baseline, text);
+}
+
 void drawCell(QPainter& painter, const PaperCell& cell) {
     if (cell.unknown) {
         const QRect box = cell.rect.adjusted(0, 1, -1, -2);
         painter.setPen(QColor::fromRgb(kUnknownColour));
         painter.drawRect(box);
-        painter.setFont(font(kHexPixels, true));
+        painter.setFont(fonts().hex);
         const QString hex = QStringLiteral("%1").arg(cell.byte, 2, 16, QLatin1Char('0')).toUpper();
         const int half = box.height() / 2;
-        painter.drawText(QRect(box.x(), box.y(), box.width(), half), Qt::AlignCenter, hex.left(1));
-        painter.drawText(QRect(box.x(), box.y() + half, box.width(), half), Qt::AlignCenter,
-                         hex.right(1));
+        drawCentred(painter, QRect(box.x(), box.y(), box.width(), half), hex.left(1));
+        drawCentred(painter, QRect(box.x(), box.y() + half, box.width(), half), hex.right(1));
         return;
     }
     painter.save();
     painter.translate(cell.rect.topLeft());
     painter.scale(cell.rect.width() / double(kCellWidth), cell.rect.height() / double(kCellHeight));
     painter.setPen(Qt::black);
-    painter.setFont(font(kGlyphPixels, cell.bold));
-    painter.drawText(QRect(0, 0, kCellWidth, kCellHeight), Qt::AlignCenter,
-                     QString::fromUcs4(&cell.character, 1));
+    painter.setFont(cell.bold ? fonts().bold : fonts().glyph);
+    drawCentred(painter, QRect(0, 0, kCellWidth, kCellHeight),
+                QString::fromUcs4(&cell.character, 1));
     painter.restore();
+}
+
+// The part of a logo that lands on the printable width (a printer drops the rest), unsmoothed:
+// one dot stays one dot, or two when the job doubled it. No clip: a clip under the scaled text
+// costs a pass over the whole picture per cell.
+void drawRaster(QPainter& painter, const PaperRaster& raster, const QRect& printable) {
+    const QRect shown = raster.rect.intersected(printable);
+    if (shown.isEmpty())
+        return;
+    const int widthScale = raster.rect.width() / raster.image.width();
+    const int heightScale = raster.rect.height() / raster.image.height();
+    const QRect source((shown.x() - raster.rect.x()) / widthScale,
+                       (shown.y() - raster.rect.y()) / heightScale, shown.width() / widthScale,
+                       shown.height() / heightScale);
+    painter.drawImage(shown, raster.image, source);
 }
 
 // The cutter crosses the whole paper, edges included.
@@ -84,9 +119,9 @@ void drawCut(QPainter& painter, const PaperCut& cut, int width) {
         painter.fillRect(QRect(x, cut.y - 1, std::min(kDash, width + kEdge - x), 2), colour);
     }
     painter.setPen(colour);
-    painter.setFont(font(kGlyphPixels, false));
-    painter.drawText(QRect(-kEdge - kMargin, cut.y - kCellHeight / 2, kMargin, kCellHeight),
-                     Qt::AlignCenter, QStringLiteral("\u2702"));
+    painter.setFont(fonts().glyph);
+    drawCentred(painter, QRect(-kEdge - kMargin, cut.y - kCellHeight / 2, kMargin, kCellHeight),
+                QStringLiteral("\u2702"));
 }
 
 void drawDrawer(QPainter& painter, const PaperDrawer& drawer, int x, int y) {
@@ -95,8 +130,8 @@ void drawDrawer(QPainter& painter, const PaperDrawer& drawer, int x, int y) {
     painter.setPen(colour);
     painter.drawRect(box);
     painter.fillRect(QRect(box.center().x() - 4, box.center().y() - 1, 9, 3), colour); // handle
-    painter.setFont(font(kLabelPixels, false));
-    painter.drawText(QRect(x, y + 6, kMargin, kLabelPixels + 4), Qt::AlignCenter, drawer.label);
+    painter.setFont(fonts().label);
+    drawCentred(painter, QRect(x, y + 6, kMargin, kLabelPixels + 4), drawer.label);
 }
 
 } // namespace
@@ -112,13 +147,10 @@ void paint(const Paper& paper, QPainter& painter) {
     painter.setRenderHint(QPainter::TextAntialiasing);
     painter.translate(origin());
 
-    painter.save();
-    painter.setClipRect(QRect(0, -kLead, paper.width(), whole.height()));
     for (const PaperRaster& raster : paper.rasters)
-        painter.drawImage(raster.rect, raster.image); // unsmoothed: one dot stays one dot
+        drawRaster(painter, raster, QRect(0, 0, paper.width(), paper.length));
     for (const PaperCell& cell : paper.cells)
         drawCell(painter, cell);
-    painter.restore();
 
     for (const PaperCut& cut : paper.cuts)
         drawCut(painter, cut, paper.width());
@@ -130,9 +162,9 @@ void paint(const Paper& paper, QPainter& painter) {
     }
     if (paper.truncated) {
         painter.setPen(QColor::fromRgb(kUnknownColour));
-        painter.setFont(font(kLabelPixels, true));
-        painter.drawText(QRect(0, paper.length, paper.width(), kLead), Qt::AlignCenter,
-                         QStringLiteral("the rest of the job is not drawn"));
+        painter.setFont(fonts().label);
+        drawCentred(painter, QRect(0, paper.length, paper.width(), kLead),
+                    QStringLiteral("the rest of the job is not drawn"));
     }
 }
 
@@ -143,9 +175,18 @@ QImage image(const Paper& paper) {
     return result;
 }
 
+QString formatProblem(const QString& path) {
+    for (const char* ending : {".png", ".svg", ".html"})
+        if (path.endsWith(QLatin1String(ending), Qt::CaseInsensitive))
+            return QString();
+    return QStringLiteral("%1: the picture's name must end in .png, .svg or .html").arg(path);
+}
+
 bool save(const Paper& paper, const QString& path, const QString& title, QString* error) {
-    const QString lower = path.toLower();
-    if (lower.endsWith(QLatin1String(".svg"))) {
+    *error = formatProblem(path);
+    if (!error->isEmpty())
+        return false;
+    if (path.endsWith(QLatin1String(".svg"), Qt::CaseInsensitive)) {
         QSvgGenerator generator;
         generator.setFileName(path);
         generator.setSize(size(paper));
@@ -161,12 +202,7 @@ bool save(const Paper& paper, const QString& path, const QString& title, QString
         *error = QStringLiteral("cannot write %1").arg(path);
         return false;
     }
-    const bool html =
-        lower.endsWith(QLatin1String(".html")) || lower.endsWith(QLatin1String(".htm"));
-    if (!html && !lower.endsWith(QLatin1String(".png"))) {
-        *error = QStringLiteral("%1: the picture's name must end in .png, .svg or .html").arg(path);
-        return false;
-    }
+    const bool html = path.endsWith(QLatin1String(".html"), Qt::CaseInsensitive);
     const QImage picture = image(paper);
     if (!html) {
         if (picture.save(path, "PNG"))

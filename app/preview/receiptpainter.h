@@ -32,6 +32,10 @@ inline QPoint origin() {
 void paint(const Paper& paper, QPainter& painter);
 QImage image(const Paper& paper);
 
+// Why save() cannot write a picture named path (its ending is not .png, .svg or .html), or
+// the empty text when it can.
+QString formatProblem(const QString& path);
+
 // Writes the picture to path, as PNG, SVG or an HTML page holding the PNG, chosen by the file
 // name's ending; false with a reason in error otherwise.
 bool save(const Paper& paper, const QString& path, const QString& title, QString* error);
