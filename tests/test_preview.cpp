@@ -45,17 +45,13 @@ QImage cell(const QImage& image) {
 }
 
 TEST(Preview, EscPosRowsMarksAndUnknownBytes) {
-    const QByteArray job = bytes("\x1b@\x1bt\x13"
-                                 "AAAA\n") // PC858; row 0 at dot 0
-                           + bytes("\x1b\x45\x01"
-                                   "AAAA\n\x1b\x45\x00") // row 1 at 24, bold
-                           + bytes("\x1d!\x11"
-                                   "AA\n\x1d!\x00") // row 2 at 48, 2 x 2
-                           + bytes("\x1b\x61\x01"
-                                   "AA\n\x1b\x61\x00")           // row 3 at 96, centred
-                           + QByteArray(50, 'B') + "\n"          // rows 4 and 5 (wrapped)
-                           + bytes("\x1dV\x01\x1bp\x01\x19\xfa") // partial cut at 168, pin 5
-                           + bytes("\x07\x1b\x61\x07\n"); // row 6: a bell, a bad justification
+    const QByteArray job = bytes("\x1b@\x1bt\x13") + "AAAA\n" // PC858; row 0 at dot 0
+                           + "\x1b\x45\x01" + "AAAA\n" + bytes("\x1b\x45\x00") // row 1 at 24, bold
+                           + "\x1d!\x11" + "AA\n" + bytes("\x1d!\x00")         // row 2 at 48, 2 x 2
+                           + "\x1b\x61\x01" + "AA\n" + bytes("\x1b\x61\x00") // row 3 at 96, centred
+                           + QByteArray(50, 'B') + "\n"   // rows 4 and 5, wrapped
+                           + "\x1dV\x01\x1bp\x01\x19\xfa" // partial cut at 168, pin 5
+                           + "\x07\x1b\x61\x07\n";        // row 6: a bell, a bad justification
     const QImage image = draw(job);
     EXPECT_EQ(image.width() - 2 * origin().x(), 576); // 48 columns of 12 dots
     EXPECT_EQ(image.height() - origin().y(), 8 * kCellHeight + ReceiptPainter::kTail);

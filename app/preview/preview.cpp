@@ -18,7 +18,7 @@
 
 namespace {
 
-// Far more than 2.5 m of paper (where the drawing stops) takes, of any job.
+// More than any job needs to fill 2.5 m of paper, where the drawing stops anyway.
 constexpr qint64 kMaxInputBytes = 64 * 1024 * 1024;
 constexpr int kRenderTimeoutMs = 60000; // pastrel-print takes milliseconds for any real document
 

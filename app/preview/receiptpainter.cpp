@@ -95,8 +95,7 @@ void drawCell(QPainter& painter, const PaperCell& cell) {
 }
 
 // The part of a logo that lands on the printable width (a printer drops the rest), unsmoothed:
-// one dot stays one dot, or two when the job doubled it. No clip: a clip under the scaled text
-// costs a pass over the whole picture per cell.
+// one dot stays one dot, or two when the job doubled it.
 void drawRaster(QPainter& painter, const PaperRaster& raster, const QRect& printable) {
     const QRect shown = raster.rect.intersected(printable);
     if (shown.isEmpty())
