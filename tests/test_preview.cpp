@@ -8,18 +8,30 @@
 
 #include <QGuiApplication>
 
+#include <memory>
+
 namespace {
 
 using Preview::kCellHeight;
 using Preview::kCellWidth;
 using ReceiptPainter::origin;
 
+// Fonts need a QGuiApplication. It ends before main returns, and fontconfig's memory with it.
+class Application : public ::testing::Environment {
+public:
+    void SetUp() override { m_application = std::make_unique<QGuiApplication>(m_argc, m_argv); }
+    void TearDown() override { m_application.reset(); }
+
+private:
+    int m_argc = 1;
+    char m_name[13] = "test_preview";
+    char* m_argv[2] = {m_name, nullptr};
+    std::unique_ptr<QGuiApplication> m_application;
+};
+const ::testing::Environment* const kApplication =
+    ::testing::AddGlobalTestEnvironment(new Application);
+
 QImage draw(const QByteArray& bytes, const DecodeOptions& options = {}) {
-    static int argc = 1;
-    static char name[] = "test_preview";
-    static char* argv[] = {name, nullptr};
-    static const QGuiApplication* application = new QGuiApplication(argc, argv); // fonts
-    (void)application;
     return ReceiptPainter::image(ReceiptDecoder::decode(bytes, options));
 }
 
