@@ -1,0 +1,387 @@
+#include "receiptdecoder.h"
+
+#include "codepage.h"
+#include "controlcodes.h"
+#include "escposcodes.h"
+
+#include <algorithm>
+
+namespace CC = ControlCodes;
+namespace EP = EscPosCodes;
+using namespace Preview;
+
+namespace {
+
+enum class Action {
+    LineFeed,
+    CarriageReturn,
+    Initialise,
+    International,
+    SelectCodePage,
+    Bold,
+    Size,
+    Justify,
+    FeedLines,
+    Cut,
+    DrawerPulse,
+    Raster,
+    StatusQuery,
+    CompanyCut,
+    CompanyPulse,
+    CompanyDrawer,
+};
+
+// A command as the printer recognises it: the bytes that name it and how many parameter bytes
+// follow (kCounted: the command's own bytes say how many).
+struct Command {
+    char prefix[3];
+    int prefixLength;
+    int parameters;
+    Action action;
+};
+constexpr int kCounted = -1;
+
+const Command kEscPosCommands[] = {
+    {{CC::LF}, 1, 0, Action::LineFeed},
+    {{CC::CR}, 1, 0, Action::CarriageReturn},
+    {{EP::ESC, EP::INIT}, 2, 0, Action::Initialise},
+    {{EP::ESC, EP::INTERNATIONAL}, 2, 1, Action::International},
+    {{EP::ESC, EP::CODE_PAGE}, 2, 1, Action::SelectCodePage},
+    {{EP::ESC, EP::BOLD}, 2, 1, Action::Bold},
+    {{EP::GS, EP::SIZE}, 2, 1, Action::Size},
+    {{EP::ESC, EP::JUSTIFY}, 2, 1, Action::Justify},
+    {{EP::ESC, EP::FEED_LINES}, 2, 1, Action::FeedLines},
+    {{EP::GS, EP::CUT}, 2, kCounted, Action::Cut},
+    {{EP::ESC, EP::PULSE}, 2, 3, Action::DrawerPulse},
+    {{EP::GS, EP::RASTER, EP::RASTER_FORM}, 3, kCounted, Action::Raster},
+    {{EP::DLE, EP::EOT}, 2, 1, Action::StatusQuery},
+};
+
+const Command kCompanyCommands[] = {
+    {{CC::LF}, 1, 0, Action::LineFeed},
+    {{CC::CR}, 1, 0, Action::CarriageReturn},
+    {{CC::ESC, CC::CUT}, 2, 0, Action::CompanyCut},
+    {{CC::RS}, 1, 0, Action::CompanyPulse},
+    {{CC::ESC, CC::DRAWER, CC::DRAWER_PIN}, 3, 0, Action::CompanyDrawer},
+};
+
+constexpr int kRasterHeader = 8; // GS v 0 m xL xH yL yH
+
+enum class Justification { Left, Centre, Right };
+
+unsigned char at(QByteArrayView bytes, qsizetype index) {
+    return static_cast<unsigned char>(bytes[index]);
+}
+
+// The length of the UTF-8 sequence at the start of bytes and its character; 0 when the bytes
+// are not well-formed UTF-8 (a stray byte, a cut sequence, an overlong form, a surrogate).
+int utf8Character(QByteArrayView bytes, char32_t* character) {
+    const unsigned char lead = at(bytes, 0);
+    const int length = lead < 0x80           ? 1
+                       : (lead >> 5) == 0x6  ? 2
+                       : (lead >> 4) == 0xE  ? 3
+                       : (lead >> 3) == 0x1E ? 4
+                                             : 0;
+    if (length == 0 || length > bytes.size())
+        return 0;
+    char32_t value = length == 1 ? lead : lead & (0x7F >> length);
+    for (int k = 1; k < length; ++k) {
+        if ((at(bytes, k) & 0xC0) != 0x80)
+            return 0;
+        value = (value << 6) | (at(bytes, k) & 0x3F);
+    }
+    static const char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (value < kSmallest[length] || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF))
+        return 0;
+    *character = value;
+    return length;
+}
+
+// The printer: its modes, the line it is collecting, and the paper printed so far.
+class Printer {
+public:
+    Printer(Backend backend, int columns, const CodePage* page) : m_page(page) {
+        m_paper.backend = backend;
+        m_paper.columns = columns;
+        m_utf8 = backend == Backend::Company && page == nullptr;
+    }
+
+    Paper run(QByteArrayView bytes) {
+        const bool escPos = m_paper.backend == Backend::EscPos;
+        qsizetype i = 0;
+        while (i < bytes.size() && !m_paper.truncated) {
+            i += step(bytes.sliced(i), escPos);
+            if (m_paper.cells.size() + m_line.size() + m_paper.cuts.size() +
+                    m_paper.drawers.size() >
+                kMaxMarks)
+                m_paper.truncated = true;
+        }
+        if (std::any_of(m_line.cbegin(), m_line.cend(), [](const PaperCell& cell) {
+                return cell.unknown || cell.character != U' ';
+            }))
+            endLine(true); // a last line without its line feed stays in the printer: shown
+        m_paper.length = std::clamp(m_y, 0, kMaxPaperDots);
+        return m_paper;
+    }
+
+private:
+    // Decodes the command or character at the start of bytes; returns the bytes it used.
+    qsizetype step(QByteArrayView bytes, bool escPos) {
+        const Command* first = escPos ? std::begin(kEscPosCommands) : std::begin(kCompanyCommands);
+        const Command* last = escPos ? std::end(kEscPosCommands) : std::end(kCompanyCommands);
+        for (const Command* command = first; command != last; ++command) {
+            const QByteArrayView prefix(command->prefix, command->prefixLength);
+            if (!bytes.startsWith(prefix))
+                continue;
+            const qsizetype length = commandLength(*command, bytes);
+            if (length == 0 || length > bytes.size())
+                break; // not a complete command: its first byte is unknown
+            if (!apply(command->action, bytes.first(length)))
+                for (qsizetype k = 0; k < length; ++k)
+                    unknown(at(bytes, k)); // the form is right, the parameters are not
+            return length;
+        }
+        const unsigned char byte = at(bytes, 0);
+        if (byte < 0x20 || byte == 0x7F) {
+            unknown(byte);
+            return 1;
+        }
+        if (m_utf8) {
+            char32_t character = 0;
+            const int length = utf8Character(bytes, &character);
+            if (length == 0) {
+                unknown(byte);
+                return 1;
+            }
+            glyph(character);
+            return length;
+        }
+        const CodePage& page = m_page ? *m_page : *CodePages::byName(u"PC437");
+        const char16_t character = byte < 0x80 ? byte : page.upper[byte - 0x80];
+        if (character == 0)
+            unknown(byte);
+        else
+            glyph(character);
+        return 1;
+    }
+
+    static qsizetype commandLength(const Command& command, QByteArrayView bytes) {
+        if (command.parameters != kCounted)
+            return command.prefixLength + command.parameters;
+        if (command.action == Action::Cut) {
+            if (bytes.size() < 3)
+                return 0;
+            const unsigned char m = at(bytes, 2);
+            return m == EP::kCutFullAfterFeed || m == EP::kCutPartialAfterFeed ? 4 : 3;
+        }
+        if (bytes.size() < kRasterHeader)
+            return 0; // Action::Raster
+        const qsizetype rowBytes = at(bytes, 4) + at(bytes, 5) * 256;
+        const qsizetype rows = at(bytes, 6) + at(bytes, 7) * 256;
+        return kRasterHeader + rowBytes * rows;
+    }
+
+    // Carries out a complete command; false when its parameters are outside what the printer
+    // accepts (then every byte of it shows as unknown).
+    bool apply(Action action, QByteArrayView command) {
+        const unsigned char n = command.size() > 2 ? at(command, 2) : 0;
+        switch (action) {
+        case Action::LineFeed:
+            endLine(true);
+            return true;
+        case Action::CarriageReturn:
+            return true; // receipt printers ignore CR without their automatic line feed
+        case Action::Initialise:
+            m_bold = false;
+            m_widthScale = m_heightScale = 1;
+            m_justification = Justification::Left;
+            m_page = CodePages::byName(u"PC437"); // page 0, the printer's own
+            return true;
+        case Action::International:
+            return n == 0; // USA, the only set whose ASCII is unchanged
+        case Action::SelectCodePage: {
+            const auto page = std::find_if(CodePages::begin(), CodePages::end(),
+                                           [n](const CodePage& p) { return p.escPosNumber == n; });
+            if (page == CodePages::end())
+                return false;
+            m_page = page;
+            return true;
+        }
+        case Action::Bold:
+            m_bold = n & 1;
+            return true;
+        case Action::Size: {
+            const int width = (n >> 4) + 1, height = (n & 0xF) + 1;
+            if (width > EP::kMaxSizeMultiplier || height > EP::kMaxSizeMultiplier)
+                return false;
+            m_widthScale = width;
+            m_heightScale = height;
+            return true;
+        }
+        case Action::Justify: {
+            const int value = n >= '0' ? n - '0' : n;
+            if (value > 2)
+                return false;
+            m_justification = static_cast<Justification>(value);
+            return true;
+        }
+        case Action::FeedLines:
+            if (n == 0 && !m_line.isEmpty())
+                endLine(false);
+            for (int k = 0; k < n; ++k)
+                endLine(true);
+            return true;
+        case Action::Cut:
+            return cut(command);
+        case Action::DrawerPulse: {
+            const int pin = n >= '0' ? n - '0' : n;
+            if (pin > 1)
+                return false;
+            m_paper.drawers.append(
+                {m_y, pin == 0 ? QStringLiteral("pin 2") : QStringLiteral("pin 5")});
+            return true;
+        }
+        case Action::Raster:
+            return raster(command);
+        case Action::StatusQuery:
+            return false; // a question to a live printer has no place in a job file
+        case Action::CompanyCut:
+            m_paper.cuts.append({m_y, false});
+            return true;
+        case Action::CompanyPulse:
+            m_paper.drawers.append({m_y, QStringLiteral("pulse")});
+            return true;
+        case Action::CompanyDrawer:
+            m_paper.drawers.append({m_y, QStringLiteral("drawer")});
+            return true;
+        }
+        return false;
+    }
+
+    bool cut(QByteArrayView command) {
+        const unsigned char m = at(command, 2);
+        const int kind = m >= '0' && m <= '1' ? m - '0' : m;
+        if (kind == EP::kCutFullAfterFeed || kind == EP::kCutPartialAfterFeed) {
+            // Feeds n dots past the last printed line, then cuts: the head-to-cutter distance
+            // of a real printer is not drawn, the cut comes right under the text.
+            if (!m_line.isEmpty())
+                endLine(true);
+            advance(at(command, 3));
+            m_paper.cuts.append({m_y, kind == EP::kCutPartialAfterFeed});
+            return true;
+        }
+        if (kind != EP::kCutFull && kind != EP::kCutPartial)
+            return false;
+        m_paper.cuts.append({m_y, kind == EP::kCutPartial});
+        return true;
+    }
+
+    bool raster(QByteArrayView command) {
+        const unsigned char mode = at(command, 3);
+        const int form = mode >= '0' ? mode - '0' : mode;
+        const int rowBytes = at(command, 4) + at(command, 5) * 256;
+        const int rows = at(command, 6) + at(command, 7) * 256;
+        if (form > 3 || rowBytes == 0 || rows == 0)
+            return false;
+        QImage image(rowBytes * 8, rows, QImage::Format_Mono); // most significant bit leftmost
+        image.setColorTable({qRgb(255, 255, 255), qRgb(0, 0, 0)});
+        for (int row = 0; row < rows; ++row)
+            std::copy_n(command.data() + kRasterHeader + row * rowBytes, rowBytes,
+                        image.scanLine(row));
+        if (!m_line.isEmpty())
+            endLine(true); // an image starts on a line of its own
+        const int width = image.width() * (form & 1 ? 2 : 1);
+        const int height = rows * (form & 2 ? 2 : 1);
+        m_paper.rasters.append({QRect(offset(width, m_justification), m_y, width, height), image});
+        advance(height);
+        return true;
+    }
+
+    void glyph(char32_t character) {
+        PaperCell cell;
+        cell.character = character;
+        cell.bold = m_bold;
+        place(cell, m_widthScale, m_heightScale);
+    }
+
+    void unknown(unsigned char byte) {
+        PaperCell cell;
+        cell.byte = byte;
+        cell.unknown = true;
+        place(cell, 1, 1);
+    }
+
+    // Adds a cell to the line; a full line is printed first, as the printer wraps it.
+    void place(PaperCell cell, int widthScale, int heightScale) {
+        const int width = kCellWidth * widthScale;
+        if (!m_line.isEmpty() && m_lineWidth + width > m_paper.width())
+            endLine(true);
+        if (m_line.isEmpty())
+            m_lineJustification = m_justification; // the printer takes it at the line's start
+        cell.rect = QRect(m_lineWidth, 0, width, kCellHeight * heightScale);
+        m_lineWidth += width;
+        m_line.append(cell);
+    }
+
+    // Prints the collected line (cells of different heights share its bottom) and, with feed,
+    // moves the paper past it.
+    void endLine(bool feed) {
+        int height = kCellHeight;
+        for (const PaperCell& cell : std::as_const(m_line))
+            height = std::max(height, cell.rect.height());
+        const int x = offset(m_lineWidth, m_lineJustification);
+        for (PaperCell& cell : m_line) {
+            cell.rect.translate(x, m_y + height - cell.rect.height());
+            m_paper.cells.append(cell);
+        }
+        m_line.clear();
+        m_lineWidth = 0;
+        if (feed)
+            advance(height);
+    }
+
+    int offset(int width, Justification justification) const {
+        const int room = std::max(m_paper.width() - width, 0);
+        return justification == Justification::Left     ? 0
+               : justification == Justification::Centre ? room / 2
+                                                        : room;
+    }
+
+    void advance(int dots) {
+        m_y += dots;
+        if (m_y > kMaxPaperDots)
+            m_paper.truncated = true;
+    }
+
+    Paper m_paper;
+    const CodePage* m_page;
+    bool m_utf8 = false;
+    bool m_bold = false;
+    int m_widthScale = 1;
+    int m_heightScale = 1;
+    Justification m_justification = Justification::Left;
+    Justification m_lineJustification = Justification::Left;
+    QVector<PaperCell> m_line;
+    int m_lineWidth = 0;
+    int m_y = 0;
+};
+
+} // namespace
+
+namespace ReceiptDecoder {
+
+Backend detect(const QByteArray& bytes) {
+    const char start[] = {EP::ESC, EP::INIT};
+    return bytes.startsWith(QByteArrayView(start, 2)) ? Backend::EscPos : Backend::Company;
+}
+
+Paper decode(const QByteArray& bytes, const DecodeOptions& options) {
+    const Backend backend = detect(bytes);
+    if (backend == Backend::EscPos)
+        return Printer(backend, std::clamp(options.escPosColumns, 1, kMaxColumns),
+                       CodePages::byName(u"PC437"))
+            .run(bytes);
+    return Printer(backend, kCompanyColumns, options.companyCodePage).run(bytes);
+}
+
+} // namespace ReceiptDecoder

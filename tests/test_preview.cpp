@@ -1,0 +1,158 @@
+// pastrel-preview: printer bytes written by hand drawn into pictures whose size, rows and marks
+// are checked, and one document drawn end to end by the built programs.
+#include "codepage.h"
+#include "receiptdecoder.h"
+#include "receiptpainter.h"
+#include "samplereceipt.h"
+#include "testsupport.h"
+
+#include <QGuiApplication>
+
+#include <memory>
+
+namespace {
+
+using Preview::kCellHeight;
+using Preview::kCellWidth;
+using ReceiptPainter::origin;
+
+// Fonts need a QGuiApplication. It ends before main returns, and fontconfig's memory with it.
+class Application : public ::testing::Environment {
+public:
+    void SetUp() override { m_application = std::make_unique<QGuiApplication>(m_argc, m_argv); }
+    void TearDown() override { m_application.reset(); }
+
+private:
+    int m_argc = 1;
+    char m_name[13] = "test_preview";
+    char* m_argv[2] = {m_name, nullptr};
+    std::unique_ptr<QGuiApplication> m_application;
+};
+const ::testing::Environment* const kApplication =
+    ::testing::AddGlobalTestEnvironment(new Application);
+
+QImage draw(const QByteArray& bytes, const DecodeOptions& options = {}) {
+    return ReceiptPainter::image(ReceiptDecoder::decode(bytes, options));
+}
+
+// A job written as a string literal, its zero bytes included.
+template <std::size_t N> QByteArray bytes(const char (&literal)[N]) {
+    return QByteArray(literal, N - 1);
+}
+
+// Pixels of colour (any dark one when colour is 0) in the paper's dots [x, x + w) x [y, y + h).
+int count(const QImage& image, int x, int y, int w, int h, QRgb colour = 0) {
+    int found = 0;
+    for (int row = origin().y() + y; row < origin().y() + y + h; ++row)
+        for (int column = origin().x() + x; column < origin().x() + x + w; ++column) {
+            const QRgb pixel = image.pixel(column, row);
+            found += colour ? pixel == colour : qGray(pixel) < 128;
+        }
+    return found;
+}
+
+// The first cell of the paper.
+QImage cell(const QImage& image) {
+    return image.copy(QRect(origin(), QSize(kCellWidth, kCellHeight)));
+}
+
+TEST(Preview, EscPosRowsMarksAndUnknownBytes) {
+    const QByteArray job = bytes("\x1b@\x1bt\x13") + "AAAA\n" // PC858; row 0 at dot 0
+                           + "\x1b\x45\x01" + "AAAA\n" + bytes("\x1b\x45\x00") // row 1 at 24, bold
+                           + "\x1d!\x11" + "AA\n" + bytes("\x1d!\x00")         // row 2 at 48, 2 x 2
+                           + "\x1b\x61\x01" + "AA\n" + bytes("\x1b\x61\x00") // row 3 at 96, centred
+                           + QByteArray(50, 'B') + "\n"   // rows 4 and 5, wrapped
+                           + "\x1dV\x01\x1bp\x01\x19\xfa" // partial cut at 168, pin 5
+                           + "\x07\x1b\x61\x07\n";        // row 6: a bell, a bad justification
+    const QImage image = draw(job);
+    EXPECT_EQ(image.width() - 2 * origin().x(), 576); // 48 columns of 12 dots
+    EXPECT_EQ(image.height() - origin().y(), 8 * kCellHeight + ReceiptPainter::kTail);
+
+    EXPECT_GT(count(image, 0, 24, 48, 24), count(image, 0, 0, 48, 24) * 5 / 4) << "bold";
+    EXPECT_GT(count(image, 0, 48, 48, 24), 0) << "the tall row's upper half holds ink";
+    EXPECT_GT(count(image, 24, 48, 24, 48), 0) << "the wide A's reach the second cell pair";
+    EXPECT_EQ(count(image, 0, 96, 22 * kCellWidth, 24), 0) << "centred: 22 blank cells";
+    EXPECT_GT(count(image, 22 * kCellWidth, 96, 2 * kCellWidth, 24), 0);
+    EXPECT_GT(count(image, 0, 144, 2 * kCellWidth, 24), 0) << "the 49th B wraps";
+    EXPECT_EQ(count(image, 2 * kCellWidth, 144, 46 * kCellWidth, 20), 0); // 20: above the cut
+
+    EXPECT_GT(count(image, 0, 168, 576, 1, ReceiptPainter::kCutColour), 576 / 2) << "the cut";
+    EXPECT_EQ(count(image, 0, 156, 576, 1, ReceiptPainter::kCutColour), 0);
+    EXPECT_GT(count(image, 576 + ReceiptPainter::kEdge, 160, ReceiptPainter::kMargin, 20,
+                    ReceiptPainter::kDrawerColour),
+              0)
+        << "the drawer mark beside the cut";
+    for (int column : {0, 1, 2, 3})
+        EXPECT_GT(count(image, column * kCellWidth, 168, kCellWidth, kCellHeight,
+                        ReceiptPainter::kUnknownColour),
+                  0)
+            << "unknown byte " << column;
+}
+
+// A byte of each code page draws the glyph of its character, as UTF-8 text draws it.
+TEST(Preview, CodePageByteDrawsItsCharacter) {
+    const struct {
+        QByteArray job;
+        const char16_t* page; // for the company printer; the ESC/POS jobs select their own
+        QString character;
+    } cases[] = {
+        {bytes("\x1b@\x1bt\x13\xd5\n"), nullptr, QStringLiteral("€")}, // PC858
+        {bytes("\x1b@\x1bt\x10\x80\n"), nullptr, QStringLiteral("€")}, // WPC1252
+        {bytes("\x1b@\x1bt\x02\x8a\n"), nullptr, QStringLiteral("è")}, // PC850
+        {bytes("\x1b@\x1bt\x00\x85\n"), nullptr, QStringLiteral("à")}, // PC437
+        {bytes("\x1b@\x9c\n"), nullptr, QStringLiteral("£")},          // PC437 before any ESC t
+        {bytes("\xd5\n"), u"PC858", QStringLiteral("€")}, // company printer with a page
+    };
+    for (const auto& c : cases) {
+        DecodeOptions options;
+        options.companyCodePage = c.page ? CodePages::byName(c.page) : nullptr;
+        const QImage utf8 = draw(c.character.toUtf8() + "\n");
+        EXPECT_GT(count(utf8, 0, 0, kCellWidth, kCellHeight), 0);
+        EXPECT_EQ(cell(draw(c.job, options)), cell(utf8)) << c.character.toStdString();
+    }
+}
+
+TEST(Preview, LogoDrawnDotForDot) {
+    const QImage image = draw(bytes("\x1b@\x1dv0\x00\x02\x00\x03\x00" // 3 rows of 16 dots
+                                    "\xf0\x0f\xf0\x0f\xf0\x0f"
+                                    "A\n"));
+    EXPECT_EQ(image.height() - origin().y(), 3 + kCellHeight + ReceiptPainter::kTail);
+    EXPECT_EQ(count(image, 0, 0, 16, 3), 2 * 4 * 3); // dots 0-3 and 12-15 of each row
+    EXPECT_EQ(count(image, 0, 0, 4, 3), 4 * 3);
+    EXPECT_EQ(count(image, 12, 0, 4, 3), 4 * 3);
+}
+
+// The document as pastrel-print renders it and its bytes draw the same picture, in which the
+// end of the receipt is cut and opens the drawer.
+TEST(Preview, DocumentEndToEnd) {
+    const testsupport::TempHome home;
+    home.writeConfig(testsupport::kReceiptConf);
+    const QString document = home.file(QStringLiteral("receipt.xml"));
+    ASSERT_TRUE(testsupport::writeFile(document, testsupport::receiptDocument("7")));
+    const QString job = home.file(QStringLiteral("receipt.prn"));
+    testsupport::runPrint({document, job}, home.path());
+    QStringList pictures;
+    for (const QString& input : {document, job, document}) {
+        pictures << home.file(
+            QStringLiteral("%1.%2")
+                .arg(pictures.size())
+                .arg(pictures.size() < 2 ? QLatin1String("png") : QLatin1String("svg")));
+        const testsupport::Run run = testsupport::runProgram(QStringLiteral(PASTREL_PREVIEW),
+                                                             {input, pictures.last()}, home.path());
+        EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+        EXPECT_EQ(run.err, QByteArray());
+    }
+    const QImage image(pictures[0]);
+    EXPECT_EQ(image, QImage(pictures[1]));
+    EXPECT_EQ(image.width() - 2 * origin().x(), 40 * kCellWidth);
+    const int end = 11 * kCellHeight; // serial and separator lines, then nine line feeds
+    EXPECT_EQ(image.height() - origin().y(), end + ReceiptPainter::kTail);
+    EXPECT_GT(count(image, 0, 0, 40 * kCellWidth, 2 * kCellHeight), 0);
+    EXPECT_GT(count(image, 0, end, 40 * kCellWidth, 1, ReceiptPainter::kCutColour), 200);
+    EXPECT_GT(count(image, 40 * kCellWidth + ReceiptPainter::kEdge, end, ReceiptPainter::kMargin,
+                    2 * kCellHeight, ReceiptPainter::kDrawerColour),
+              0);
+    EXPECT_TRUE(testsupport::readFile(pictures[2]).contains("<svg"));
+}
+
+} // namespace
