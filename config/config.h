@@ -75,6 +75,8 @@ public:
     void buildConfigXmlFile(QDomNode node, QTextStream& out);
     void printConfigTree();
     void printConfigTree(QDomNode node);
+    // The tree (never null after constructor()), for pastrel-config's show and check.
+    const QDomDocument* document() const { return m_document.get(); }
     const QString& fileName() const { return m_fileName; }
 
 private:
