@@ -24,6 +24,9 @@ QString sequence(std::initializer_list<char> codes) {
 CompanyPrinterDriver::CompanyPrinterDriver(const QString& path, bool append)
     : PrinterDriver(path, append) {}
 
+CompanyPrinterDriver::CompanyPrinterDriver(const QByteArray& nativePath, bool append)
+    : PrinterDriver(nativePath, append) {}
+
 CompanyPrinterDriver::~CompanyPrinterDriver() = default;
 
 unsigned int CompanyPrinterDriver::getPaperWidth() {

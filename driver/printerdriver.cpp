@@ -10,6 +10,8 @@
 
 #include <iostream>
 
+#include <fcntl.h>
+
 namespace {
 // A configured width is taken as at most this many cells (and at least minus this many).
 // Part 2.1 sets no bound, but a typing error such as "paperWidth = 2000000000" would make every
@@ -24,14 +26,21 @@ int boundedWidth(int width) {
 } // namespace
 
 PrinterDriver::PrinterDriver(const QString& path, bool append)
-    : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile(path)),
-      m_stream(nullptr), m_justification(QStringLiteral("left")) {
+    : PrinterDriver(QFile::encodeName(path), append) {}
+
+PrinterDriver::PrinterDriver(const QByteArray& nativePath, bool append)
+    : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile()),
+      m_path(nativePath), m_stream(nullptr), m_justification(QStringLiteral("left")) {
     QIODevice::OpenMode mode = QIODevice::WriteOnly;
     if (append)
         mode |= QIODevice::Append;
     else
         mode |= QIODevice::Truncate;
-    if (m_file->open(mode)) {
+    // POSIX open with the path's own bytes: the toolkit's text would turn a Latin-1 byte of a
+    // file name into another name.
+    const int fd = ::open(nativePath.constData(),
+                          O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC), 0666);
+    if (fd >= 0 && m_file->open(fd, mode, QFileDevice::AutoCloseHandle)) {
         m_stream = new QTextStream(m_file);
     } else {
         // Part 2.1: the required wording, mismatched class and operation names included.
@@ -50,8 +59,7 @@ PrinterDriver::~PrinterDriver() {
             // apply): standard output stays as the Parts say, and one line on standard error
             // tells the till's log why the document did not print (docs/robustness.md).
             const QString reason = streamFailed ? streamError : m_file->errorString();
-            std::cerr << "pastrel-print: write error on "
-                      << QFile::encodeName(m_file->fileName()).constData() << ": "
+            std::cerr << "pastrel-print: write error on " << m_path.constData() << ": "
                       << reason.toLocal8Bit().constData() << std::endl;
         }
     }
@@ -160,5 +168,11 @@ int PrinterDriver::toInt(const QString& text) {
 }
 
 QString PrinterDriver::setting(const char* key) const {
-    return m_configuration->getStrValue(m_documentPrefix + QLatin1String(key));
+    // Kept per key: a document that names its method again and again (100,000 method elements)
+    // reads each of the few dozen keys once.
+    const QString fullKey = m_documentPrefix + QLatin1String(key);
+    auto known = m_settings.constFind(fullKey);
+    if (known == m_settings.constEnd())
+        known = m_settings.insert(fullKey, m_configuration->getStrValue(fullKey));
+    return *known;
 }

@@ -12,6 +12,7 @@
 // Part 2.2 is printerdriver_dispatch.cpp.
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QXmlStreamAttributes>
 
@@ -25,6 +26,9 @@ public:
 
     // Opens path write-only, appending when append is true, truncating otherwise (Part 2.1).
     PrinterDriver(const QString& path, bool append);
+    // The same for a path given as the file system's bytes (argv), which reach the file
+    // unchanged even when they are not UTF-8.
+    PrinterDriver(const QByteArray& nativePath, bool append);
     virtual ~PrinterDriver();
     PrinterDriver(const PrinterDriver&) = delete;
     PrinterDriver& operator=(const PrinterDriver&) = delete;
@@ -111,6 +115,7 @@ protected:
     PAConfiguration* m_configuration; // not owned
     QString m_method;
     QFile* m_file;         // owned
+    QByteArray m_path;     // the output as the file system's bytes
     QTextStream* m_stream; // owned; null when the output could not be opened
     bool m_duplicate = false;
     bool m_oneTimeDone = false;
@@ -167,5 +172,6 @@ private:
     void printReportTitle(const char* title);
     void printDottedLine(const char* label, const QString& text);
     void printSerialsLine(const Attributes& attributes);
-    Layout m_layout = nullptr; // the layout operation named by m_method (Part 2.2)
+    Layout m_layout = nullptr;                  // the layout operation named by m_method (Part 2.2)
+    mutable QHash<QString, QString> m_settings; // setting() answers, by full key
 };
