@@ -3,16 +3,40 @@
 
 #include "companyprinterdriver.h"
 #include "documentreader.h"
+#include "messagecatalogue.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
+#include <QFile>
 #include <QLocale>
 #include <QTranslator>
 
+#include <csignal>
 #include <iostream>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+// True when the output path names the input file itself (the same file, or a link to it).
+bool sameFile(const char* input, const char* output) {
+    struct stat in {};
+    struct stat out {};
+    return ::stat(input, &in) == 0 && ::stat(output, &out) == 0 && S_ISREG(in.st_mode) &&
+           in.st_dev == out.st_dev && in.st_ino == out.st_ino;
+}
+
+} // namespace
+
 void compile(int argc, char** argv) {
+    // A printer spooler that stops reading, or "| head": a write to a pipe without a reader
+    // fails with EPIPE and is reported like any failed write, instead of killing the program
+    // with SIGPIPE before the ticket is rendered (docs/robustness.md).
+    std::signal(SIGPIPE, SIG_IGN);
+
     // Accepted when argc - 3, as an unsigned number, is at most 1: argc 3 or 4. A fourth
     // argument is tolerated and ignored, deliberately (Part 1.1).
     if (static_cast<unsigned int>(argc - 3) > 1) {
@@ -20,29 +44,48 @@ void compile(int argc, char** argv) {
                   << std::endl;
         return;
     }
-    // Taken before the application object sees argv, so no toolkit option can eat a path.
-    const QString inputPath = QString::fromLocal8Bit(argv[1]);
-    const QString outputPath = QString::fromLocal8Bit(argv[2]);
+    // The paths as the file system's bytes, taken before the application object sees argv (so
+    // no toolkit option can eat one): a Latin-1 file name must reach the file unchanged.
+    const QByteArray inputPath(argv[1]);
+    const QByteArray outputPath(argv[2]);
 
     // QCoreApplication, not QApplication: only the translator needs it (DESIGN.md).
     QCoreApplication application(argc, argv);
     PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
 
     QTranslator translator;
+    MessageCatalogue catalogue; // outlives the translator's use of it
     const QString basedir = configuration->getStrValue(QStringLiteral("pastrel.language.basedir"));
     const QString file = configuration->getStrValue(QStringLiteral("pastrel.language.file"));
     if (file == QLatin1String("/")) {
         // The locale's catalogue, with the toolkit's own suffix and fallback rules.
-        (void)translator.load(basedir + QLatin1String("/pastrel_") + QLocale::system().name(),
-                              QStringLiteral("."), QString(), QString());
-    } else {
-        // Plain concatenation, no separator added (Part 1.1). A failed load is ignored.
-        (void)translator.load(basedir + file, QString(), QString(), QString());
+        catalogue.load(translator, basedir + QLatin1String("/pastrel_") + QLocale::system().name(),
+                       QStringLiteral("."));
+    } else if (!(basedir + file).isEmpty()) {
+        // Plain concatenation, no separator added (Part 1.1). A failed load leaves the labels
+        // in English.
+        catalogue.load(translator, basedir + file, QString());
     }
     QCoreApplication::installTranslator(&translator);
+
+    // An output naming the input would be truncated before the input is read, and the
+    // document lost: the input is then read whole first (docs/robustness.md).
+    QBuffer wholeInput;
+    const bool outputIsInput = sameFile(inputPath.constData(), outputPath.constData());
+    if (outputIsInput) {
+        const int fd = ::open(inputPath.constData(), O_RDONLY | O_CLOEXEC);
+        QFile input;
+        if (fd >= 0 && input.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+            wholeInput.setData(input.read(DocumentReader::kMaxDocumentBytes + 1));
+        wholeInput.open(QIODevice::ReadOnly);
+    }
 
     // Write-only and truncating (append false); the destructor closes the output.
     CompanyPrinterDriver driver(outputPath, false);
     DocumentReader reader(driver);
-    reader.parse(inputPath); // the result is not examined (Part 1.1)
+    // The result is not examined (Part 1.1).
+    if (outputIsInput)
+        reader.parse(wholeInput, inputPath);
+    else
+        reader.parse(inputPath);
 }
