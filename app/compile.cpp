@@ -62,7 +62,7 @@ void compile(int argc, char** argv) {
         catalogue.load(translator, basedir + QLatin1String("/pastrel_") + QLocale::system().name(),
                        QStringLiteral("."));
     } else if (!(basedir + file).isEmpty()) {
-        // Plain concatenation, no separator added (Part 1.1). A failed load leaves the labels
+        // Plain concatenation, no separator added. A failed load leaves the labels
         // in English.
         catalogue.load(translator, basedir + file, QString());
     }
@@ -83,7 +83,7 @@ void compile(int argc, char** argv) {
     // Write-only and truncating (append false); the destructor closes the output.
     CompanyPrinterDriver driver(outputPath, false);
     DocumentReader reader(driver);
-    // The result is not examined (Part 1.1).
+    // The result is not examined: the exit status is 0 whatever happened.
     if (outputIsInput)
         reader.parse(wholeInput, inputPath);
     else

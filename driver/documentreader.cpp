@@ -226,7 +226,7 @@ bool DocumentReader::parse(const QByteArray& nativePath) {
     if (fd < 0 || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
         std::cerr << "pastrel-print: cannot read input " << nativePath.constData() << ": "
                   << std::strerror(errno) << std::endl;
-        return false; // Part 1.1: nothing reported on standard output, no end sequence
+        return false; // nothing on standard output, no end sequence
     }
     return parse(file, nativePath);
 }

@@ -172,6 +172,7 @@ private:
     void printReportTitle(const char* title);
     void printDottedLine(const char* label, const QString& text);
     void printSerialsLine(const Attributes& attributes);
-    Layout m_layout = nullptr;                  // the layout operation named by m_method (Part 2.2)
-    mutable QHash<QString, QString> m_settings; // setting() answers, by full key
+    Layout m_layout = nullptr; // the layout operation named by m_method (Part 2.2)
+    // setting() answers, by full key.
+    mutable QHash<QString, QString> m_settings;
 };

@@ -16,7 +16,7 @@ void PrinterDriver::printLabelLine(const char* label, const QString& text) {
 }
 
 void PrinterDriver::printAddress(const QString& address) {
-    // Fields up to the first empty one: "a,,b" prints only "a" (Part 2.4). Taken one at a
+    // Fields up to the first empty one: "a,,b" prints only "a". Taken one at a
     // time, so 7 MiB of commas costs nothing: printing stops at the first.
     for (const QStringView field : QStringView(address).tokenize(QLatin1Char(','))) {
         if (field.isEmpty())

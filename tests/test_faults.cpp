@@ -541,6 +541,7 @@ QByteArray numbered(const char* pattern, int count) {
     return text;
 }
 const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/p24-billing-address-empty/";
+const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/p28-day-report-w40/";
 
 const Hostile kHostile[] = {
     {"SixteenMillionOpenElements",
@@ -608,18 +609,16 @@ const Hostile kHostile[] = {
          s.file(s.in, receipt("</doc>"));
      },
      receiptHead("1") + kEnd, "configuration is ignored"},
-    {"DamagedCatalogue",
+    {"DamagedCatalogue", // the report as in English; this catalogue killed it at a label
      [](Scene& s) {
-         QByteArray qm =
-             readFile(QStringLiteral(PASTREL_BINARY_DIR "/translations/pastrel_it_IT.qm"));
-         ASSERT_GT(qm.size(), 0x215);
-         qm[0x215] = '\x81'; // one byte of a half-copied update
-         s.file(s.home + "/it.qm", qm);
-         s.config("pastrel : { language : { basedir = " + s.home +
-                  "/; file = it.qm; }; receiptdoc : { openCashDrawer = true; }; };");
-         s.file(s.in, receipt("</doc>"));
+         s.config(readFile(QFile::decodeName(kReport + "pastrel.conf"))
+                      .replace("pastrel : {",
+                               "pastrel : { language : { basedir = " PASTREL_SOURCE_DIR
+                               "/fuzz/regressions/catalogue/; file = "
+                               "shipped-one-byte-changed-a.qm; };"));
+         s.file(s.in, readFile(QFile::decodeName(kReport + "input.xml")));
      },
-     receiptHead("1") + kEnd + kDrawer, "refused"},
+     readFile(QFile::decodeName(kReport + "expected.prn")), "refused"},
     {"StandardOutputWithoutReader",
      [](Scene& s) {
          int fds[2];
