@@ -62,18 +62,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     lookUpEveryLabel(translator);
 
-    const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-    const std::size_t pages = (size + page - 1) / page + 1;
-    auto* region = static_cast<std::uint8_t*>(
-        ::mmap(nullptr, pages * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    if (region == MAP_FAILED)
-        std::abort();
-    std::uint8_t* guard = region + (pages - 1) * page;
-    ::mprotect(guard, page, PROT_NONE);
-    std::memcpy(guard - size, data, size);
+    // The region is made once: room for the largest accepted catalogue, then the guard page.
+    static const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    static const std::size_t room = (MessageCatalogue::kMaxBytes + page - 1) / page * page;
+    static std::uint8_t* const guard = [] {
+        auto* region = static_cast<std::uint8_t*>(::mmap(
+            nullptr, room + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        if (region == MAP_FAILED || ::mprotect(region + room, page, PROT_NONE) != 0)
+            std::abort();
+        return region + room;
+    }();
+    std::memcpy(guard - size, data, size); // accepted, so at most kMaxBytes
     QTranslator fenced;
     if (fenced.load(guard - size, static_cast<int>(size)))
         lookUpEveryLabel(fenced);
-    ::munmap(region, pages * page);
     return 0;
 }
