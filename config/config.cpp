@@ -1,10 +1,14 @@
 #include "config.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QHash>
+#include <QMutex>
 #include <QStringList>
 
 #include <exception>
 #include <iostream>
+#include <vector>
 
 namespace libconfig {
 
@@ -47,6 +51,78 @@ void attach(QDomElement& element, QDomNode& parent) {
 
 } // namespace
 
+// The tree's elements merged by the path of tags a lookup follows from the first child of the
+// top element: what lookup(node, key) finds by walking the tree, found in a few hash look-ups.
+// Each answer (the first non-empty value of a setting name along one path, in document order)
+// is worked out on its first request and kept. Tags with a "." are left out: no field of a
+// dotted key can name them.
+class Config::Index {
+public:
+    explicit Index(const QDomNode& first) {
+        if (!first.isElement())
+            return;
+        m_rootTag = first.toElement().tagName();
+        m_nodes.emplace_back();
+        add(0, first.toElement());
+    }
+
+    QString lookup(const QString& key) const {
+        const QStringList fields = key.split(QLatin1Char('.'));
+        if (m_nodes.empty() || fields.at(0) != m_rootTag || fields.size() < 2)
+            return QString();
+        int node = 0;
+        qsizetype i = 0;
+        // As lookup(node, key): descend while the field after next is not empty.
+        for (; fields.size() > i + 2 && !fields.at(i + 2).isEmpty(); ++i) {
+            node = m_nodes[node].children.value(fields.at(i + 1), -1);
+            if (node < 0)
+                return QString();
+        }
+        const QString& name = fields.at(i + 1);
+        QMutexLocker locker(&m_mutex); // lookups may come from any thread
+        Node& entry = m_nodes[node];
+        const auto known = entry.answers.constFind(name);
+        if (known != entry.answers.constEnd())
+            return *known;
+        QString answer;
+        for (const QDomElement& element : entry.elements) {
+            answer = element.attribute(name);
+            if (!answer.isEmpty())
+                break;
+        }
+        entry.answers.insert(name, answer);
+        return answer;
+    }
+
+private:
+    struct Node {
+        QHash<QString, int> children; // tag -> index in m_nodes
+        QList<QDomElement> elements;  // in document order
+        QHash<QString, QString> answers;
+    };
+
+    void add(int node, const QDomElement& element) {
+        m_nodes[node].elements.append(element);
+        for (QDomElement child = element.firstChildElement(); !child.isNull();
+             child = child.nextSiblingElement()) {
+            const QString tag = child.tagName();
+            if (tag.contains(QLatin1Char('.')))
+                continue;
+            int next = m_nodes[node].children.value(tag, -1);
+            if (next < 0) {
+                next = static_cast<int>(m_nodes.size());
+                m_nodes[node].children.insert(tag, next);
+                m_nodes.emplace_back();
+            }
+            add(next, child); // at most kMaxGroupDepth deep
+        }
+    }
+
+    QString m_rootTag;
+    mutable std::vector<Node> m_nodes; // [0]: the first child of the top element
+    mutable QMutex m_mutex;            // guards the answers
+};
+
 Config::Config() = default;
 
 Config::Config(const QString& path, const QString& format) : Config() {
@@ -61,27 +137,63 @@ void Config::readFile(const QString& path, const QString& format) {
     constructor(path, format);
 }
 
+void Config::readNativeFile(const QByteArray& nativePath, const QString& format) {
+    m_fileName = QFile::decodeName(nativePath);
+    m_nativeFileName = nativePath;
+    load(format);
+}
+
 void Config::constructor(const QString& path, const QString& format) {
     m_fileName = path;
+    m_nativeFileName = QFile::encodeName(path);
+    load(format);
+}
+
+void Config::load(const QString& format) {
     m_format = format;
     m_document = std::make_unique<QDomDocument>();
+    m_bytesRead = 0;
+    m_groups = 0;
+    m_settings = 0;
+    m_limitReported = false;
     if (format == QLatin1String("cfg"))
         loadFile();
     else if (format == QLatin1String("xml"))
         loadXmlFile();
+    rebuildIndex();
+}
+
+void Config::rebuildIndex() {
+    m_index =
+        m_document ? std::make_unique<Index>(m_document->documentElement().firstChild()) : nullptr;
+}
+
+Config::Stop Config::limitReached(const char* what, qint64 limit) {
+    if (!m_limitReported) {
+        m_limitReported = true;
+        const QString program = QCoreApplication::applicationName();
+        std::cerr << (program.isEmpty() ? "pastrel" : program.toLocal8Bit().constData()) << ": "
+                  << m_nativeFileName.constData() << ": " << what << " " << limit
+                  << "; the rest of the configuration is ignored" << std::endl;
+    }
+    return Stop::Limit;
 }
 
 bool Config::openFile(const QString& path) {
+    return openNativeFile(QFile::encodeName(path));
+}
+
+bool Config::openNativeFile(const QByteArray& path) {
     closeFile();
     m_input.clear();
-    m_input.open(path.toLocal8Bit().toStdString(), std::ios::in | std::ios::binary);
+    m_input.open(path.toStdString(), std::ios::in | std::ios::binary);
     // A folder opens like a file and fails only at the first read, where the stream buffer
     // throws: a file whose first byte cannot be read is an unreadable file, reported
     // with the same message (docs/robustness.md).
     if (m_input.is_open() && !firstByteReadable())
         m_input.close();
     if (!m_input.is_open()) {
-        std::cout << "Error in the method FileReader::open( " << path.toLocal8Bit().constData()
+        std::cout << "Error in the method FileReader::open( " << path.constData()
                   << " ): File Not Found" << std::endl;
         return false;
     }
@@ -89,7 +201,7 @@ bool Config::openFile(const QString& path) {
 }
 
 bool Config::openFile() {
-    return openFile(m_fileName);
+    return openNativeFile(m_nativeFileName);
 }
 
 void Config::closeFile() {
@@ -101,6 +213,11 @@ int Config::readByte() {
     // A closed stream reads as end of file.
     if (!m_input.is_open())
         return std::char_traits<char>::eof();
+    if (m_bytesRead++ >= kMaxFileBytes) { // an endless file (/dev/zero) ends here
+        limitReached("larger than the limit of bytes", kMaxFileBytes);
+        m_input.close();
+        return std::char_traits<char>::eof();
+    }
     try {
         return m_input.rdbuf()->sbumpc();
     } catch (const std::exception&) {
@@ -138,13 +255,17 @@ Config::Stop Config::readBody(QDomElement element, QDomNode parent, int depth) {
             jump('{');
             attach(element, parent);
             if (depth >= kMaxGroupDepth)
-                return Stop::TooDeep;
+                return limitReached("groups nested deeper than", kMaxGroupDepth);
+            if (++m_groups > kMaxGroups)
+                return limitReached("more groups than", kMaxGroups);
             QDomElement group = m_document->createElement(name);
             const Stop stop = readBody(group, element, depth + 1);
-            if (stop == Stop::TooDeep)
+            if (stop == Stop::Limit)
                 return stop;
             buffer.clear();
         } else if (c == '=') {
+            if (++m_settings > kMaxSettings)
+                return limitReached("more settings than", kMaxSettings);
             const QString name = buffer.stripped();
             buffer.clear();
             for (int v = readByte(); v != eof && static_cast<char>(v) != ';'; v = readByte())
@@ -173,6 +294,7 @@ void Config::loadFile() {
 
 void Config::loadFile(const QString& name, QDomNode parent) {
     readBody(m_document->createElement(name), parent, 1);
+    rebuildIndex();
 }
 
 void Config::loadXmlFile() {
@@ -195,6 +317,8 @@ void Config::loadXmlFile() {
 QString Config::lookup(const QString& key) const {
     if (!m_document)
         return QString();
+    if (m_index)
+        return m_index->lookup(key);
     return lookup(m_document->documentElement().firstChild(), key);
 }
 

@@ -12,12 +12,18 @@
 //  - "White space" stripped around names and values is ASCII white space only (blank, tab,
 //    line feed, carriage return, vertical tab, form feed). Bytes A0 and 85, white space in
 //    Latin-1, stay: they end UTF-8 letters such as "à" (C3 A0) in files written in UTF-8.
+//  - A file is read up to kMaxFileBytes, kMaxGroups groups and kMaxSettings settings; past any
+//    of them the reading ends as at kMaxGroupDepth, and one line on standard error names the
+//    limit (docs/robustness.md). An endless file (/dev/zero) ends too.
+//  - Lookups go through an index of the tree built once after every load, so a lookup costs a
+//    few hash look-ups whatever the number of groups; the answers are those of lookup(node, key).
 //  - A path that opens but cannot be read (a folder) is reported by openFile() as a missing
 //    file is; a read error later in the file ends the file there.
 //  - A second constructor() call releases the earlier tree (nothing can observe the difference
 //    except a leak checker).
 #pragma once
 
+#include <QByteArray>
 #include <QDomDocument>
 #include <QDomNode>
 #include <QString>
@@ -38,6 +44,12 @@ public:
     static constexpr int kMaxTokenBytes = 2047;
     // Deepest group nesting that is read (see the header comment).
     static constexpr int kMaxGroupDepth = 100;
+    // Bytes, groups and settings that are read at the most. A till's configuration is about
+    // 4 kB with 15 groups and 150 settings; the 16 MiB also keeps the 10 MB files of the fault
+    // tests whole. Together they keep the tree under about 60 MB.
+    static constexpr qint64 kMaxFileBytes = 16LL * 1024 * 1024;
+    static constexpr int kMaxGroups = 10000;
+    static constexpr int kMaxSettings = 100000;
 
     Config();
     Config(const QString& path, const QString& format);
@@ -46,6 +58,9 @@ public:
     Config& operator=(const Config&) = delete;
 
     void readFile(const QString& path, const QString& format);
+    // As readFile(), for a path given as the file system's bytes (a home folder whose name is
+    // not UTF-8 reaches the file unchanged).
+    void readNativeFile(const QByteArray& nativePath, const QString& format);
     void constructor(const QString& path, const QString& format);
 
     bool openFile(const QString& path);
@@ -80,17 +95,28 @@ public:
     const QString& fileName() const { return m_fileName; }
 
 private:
-    enum class Stop { EndOfFile, CloseBrace, TooDeep };
+    class Index;
+    enum class Stop { EndOfFile, CloseBrace, Limit };
     // Reads the body of one group (or the top level) into element, attaching element to
     // parent when its first setting or subgroup is read. One loop serves every level.
     Stop readBody(QDomElement element, QDomNode parent, int depth);
     int readByte();
     bool firstByteReadable(); // false when the open stream fails at its first read (a folder)
+    void load(const QString& format);
+    bool openNativeFile(const QByteArray& nativePath);
+    Stop limitReached(const char* what, qint64 limit); // reports once, on standard error
+    void rebuildIndex();
 
     QString m_fileName;                       // path as given to constructor()
     QString m_format;                         // "cfg" or "xml" as given
     std::ifstream m_input;                    // the "cfg" reader's binary input
     std::unique_ptr<QDomDocument> m_document; // the tree; owned
+    QByteArray m_nativeFileName;              // m_fileName as the file system's bytes
+    qint64 m_bytesRead = 0;                   // of the current file
+    int m_groups = 0;
+    int m_settings = 0;
+    bool m_limitReported = false;
+    std::unique_ptr<Index> m_index; // built after each load; null: lookups walk the tree
 };
 
 } // namespace libconfig

@@ -170,6 +170,7 @@ void Config::loadListView(QTreeWidget* view) {
     m_document = std::make_unique<QDomDocument>();
     for (int i = 0; i < view->topLevelItemCount(); ++i)
         loadListView(view->topLevelItem(i), m_document.get());
+    rebuildIndex();
     if (m_format == QLatin1String("cfg"))
         buildConfigFile(QString());
     else if (m_format == QLatin1String("xml"))

@@ -11,6 +11,9 @@ public:
     // The file this process reads: the home directory (QDir::homePath(), so $HOME) +
     // "/.pastrel/conf/pastrel.conf".
     static QString configurationPath();
+    // The same path as the file system's bytes, exact also for a home folder whose name is not
+    // UTF-8.
+    static QByteArray nativeConfigurationPath();
 
     // The setting's text, or the empty text. Key and value pass through 8-bit (Latin-1) text,
     // as the suite's programs have always passed them, so characters above U+00FF come back

@@ -4,6 +4,8 @@
 
 #include "controlcodes.h"
 
+#include <QFile>
+
 #include <initializer_list>
 
 using namespace ControlCodes;
@@ -21,7 +23,10 @@ QString sequence(std::initializer_list<char> codes) {
 } // namespace
 
 CompanyPrinterDriver::CompanyPrinterDriver(const QString& path, bool append)
-    : PrinterDriver(path, append) {
+    : CompanyPrinterDriver(QFile::encodeName(path), append) {}
+
+CompanyPrinterDriver::CompanyPrinterDriver(const QByteArray& nativePath, bool append)
+    : PrinterDriver(nativePath, append) {
     selectCodePage(nullptr); // without pastrel.printer.codepage: UTF-8, as always
 }
 

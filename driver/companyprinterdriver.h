@@ -8,6 +8,7 @@
 class CompanyPrinterDriver : public PrinterDriver {
 public:
     CompanyPrinterDriver(const QString& path, bool append);
+    CompanyPrinterDriver(const QByteArray& nativePath, bool append);
     ~CompanyPrinterDriver() override;
 
     unsigned int getPaperWidth() override;

@@ -77,7 +77,10 @@ int EscPosPrinterDriver::columnsFrom(const QString& setting) {
 }
 
 EscPosPrinterDriver::EscPosPrinterDriver(const QString& path, bool append)
-    : PrinterDriver(path, append) {
+    : EscPosPrinterDriver(QFile::encodeName(path), append) {}
+
+EscPosPrinterDriver::EscPosPrinterDriver(const QByteArray& nativePath, bool append)
+    : PrinterDriver(nativePath, append) {
     selectCodePage(CodePages::byName(u"PC858")); // the euro sign and every Italian letter
     const QString columns = printerSetting(m_configuration, "columns");
     m_columns = columnsFrom(columns);

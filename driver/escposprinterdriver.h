@@ -15,6 +15,8 @@
 class EscPosPrinterDriver : public PrinterDriver {
 public:
     EscPosPrinterDriver(const QString& path, bool append);
+    // The same for a path given as the file system's bytes (argv).
+    EscPosPrinterDriver(const QByteArray& nativePath, bool append);
     ~EscPosPrinterDriver() override;
 
     // Characters per line of the printer named by a pastrel.printer.columns value; 0 when the

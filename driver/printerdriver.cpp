@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <iostream>
 
+#include <fcntl.h>
+
 namespace {
 // A configured width is taken as at most this many cells (and at least minus this many).
 // A typing error such as "paperWidth = 2000000000" would make every separator and row ask for
@@ -31,14 +33,21 @@ const char* const PrinterDriver::kUnableToOpenFile =
     "PrintManager::printAbstractOrder(...): Unable To Open File";
 
 PrinterDriver::PrinterDriver(const QString& path, bool append)
-    : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile(path)),
-      m_stream(nullptr), m_justification(QStringLiteral("left")) {
+    : PrinterDriver(QFile::encodeName(path), append) {}
+
+PrinterDriver::PrinterDriver(const QByteArray& nativePath, bool append)
+    : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile()),
+      m_path(nativePath), m_stream(nullptr), m_justification(QStringLiteral("left")) {
     QIODevice::OpenMode mode = QIODevice::WriteOnly;
     if (append)
         mode |= QIODevice::Append;
     else
         mode |= QIODevice::Truncate;
-    if (m_file->open(mode)) {
+    // POSIX open with the path's own bytes: the toolkit's text would turn a Latin-1 byte of a
+    // file name into another name.
+    const int fd = ::open(nativePath.constData(),
+                          O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC), 0666);
+    if (fd >= 0 && m_file->open(fd, mode, QFileDevice::AutoCloseHandle)) {
         m_stream = new QTextStream(m_file);
     } else {
         std::cout << kUnableToOpenFile << std::endl;
@@ -56,8 +65,7 @@ PrinterDriver::~PrinterDriver() {
             // output stays as the suite expects it; one line on standard error tells the till's
             // log why the document did not print (docs/robustness.md).
             const QString reason = streamFailed ? streamError : m_file->errorString();
-            std::cerr << "pastrel-print: write error on "
-                      << QFile::encodeName(m_file->fileName()).constData() << ": "
+            std::cerr << "pastrel-print: write error on " << m_path.constData() << ": "
                       << reason.toLocal8Bit().constData() << std::endl;
         }
     }
@@ -212,5 +220,11 @@ int PrinterDriver::toInt(const QString& text) {
 }
 
 QString PrinterDriver::setting(const char* key) const {
-    return m_configuration->getStrValue(m_documentPrefix + QLatin1String(key));
+    // Kept per key: a document that names its method again and again (100,000 method elements)
+    // reads each of the few dozen keys once.
+    const QString fullKey = m_documentPrefix + QLatin1String(key);
+    auto known = m_settings.constFind(fullKey);
+    if (known == m_settings.constEnd())
+        known = m_settings.insert(fullKey, m_configuration->getStrValue(fullKey));
+    return *known;
 }

@@ -33,6 +33,7 @@
 // for the programs that write them.
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QXmlStreamAttributes>
 
@@ -47,6 +48,9 @@ public:
 
     // Opens path write-only, appending when append is true, truncating otherwise.
     PrinterDriver(const QString& path, bool append);
+    // The same for a path given as the file system's bytes (argv), which reach the file
+    // unchanged even when they are not UTF-8.
+    PrinterDriver(const QByteArray& nativePath, bool append);
     virtual ~PrinterDriver();
     PrinterDriver(const PrinterDriver&) = delete;
     PrinterDriver& operator=(const PrinterDriver&) = delete;
@@ -146,6 +150,7 @@ protected:
     PAConfiguration* m_configuration; // not owned
     QString m_method;
     QFile* m_file;         // owned
+    QByteArray m_path;     // the output as the file system's bytes
     QTextStream* m_stream; // owned; null when the output could not be opened
     bool m_duplicate = false;
     bool m_oneTimeDone = false;
@@ -208,4 +213,6 @@ private:
 
     const CodePage* m_codePage = nullptr; // null: UTF-8 text
     QString m_unencodable;                // characters the page lacks, each reported once
+    // setting() answers, by full key.
+    mutable QHash<QString, QString> m_settings;
 };

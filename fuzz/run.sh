@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# run.sh BUILD_DIR SECONDS [TARGET...]: runs each libFuzzer target (default: all three) for
+# run.sh BUILD_DIR SECONDS [TARGET...]: runs each libFuzzer target (default: all four) for
 # SECONDS, one after the other, on a corpus kept in BUILD_DIR/corpus/<target> (it grows from run
 # to run) seeded from fuzz/seeds.sh and fuzz/regressions/<target>.
 # Fails on any crash, sanitizer report, leak, input over 1 s (-timeout) or over 256 MiB
@@ -10,7 +10,7 @@ set -euo pipefail
 build=$1 seconds=$2
 shift 2
 targets=("$@")
-[[ ${#targets[@]} -gt 0 ]] || targets=(cfg document document_config)
+[[ ${#targets[@]} -gt 0 ]] || targets=(cfg document document_config catalogue)
 src=$(cd "$(dirname "$0")/.." && pwd)
 
 # Seeds in a folder of this run's own, so runs of different targets can go side by side.

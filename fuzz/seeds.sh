@@ -4,11 +4,12 @@
 #   OUT_DIR/cfg              every sample and golden configuration
 #   OUT_DIR/document         every golden and sample input document
 #   OUT_DIR/document_config  each golden case's configuration, a NUL byte, then its document
+#   OUT_DIR/catalogue        the built message catalogues (shipped and test)
 # The golden configurations' placeholders are filled in as the golden runner fills them.
 set -euo pipefail
 src=$1 bin=$2 out=$3
 rm -rf "$out"
-mkdir -p "$out/cfg" "$out/document" "$out/document_config"
+mkdir -p "$out/cfg" "$out/document" "$out/document_config" "$out/catalogue"
 
 fill() { sed -e "s|@HOME@|/nonexistent|g" -e "s|@QM_DIR@|$bin/tests/translations|g" \
              -e "s|@CATALOGUE_DIR@|$bin/translations|g" "$1"; }
@@ -29,5 +30,8 @@ for case in "$src"/tests/documents/*/*/; do
             > "$out/document_config/$name"
     fi
 done
+for qm in "$bin"/translations/*.qm "$bin"/tests/translations/*.qm; do
+    [[ -f $qm ]] && cp "$qm" "$out/catalogue/$(basename "$(dirname "$qm")")-$(basename "$qm")"
+done
 echo "seeds: $(ls "$out/cfg" | wc -l) configurations, $(ls "$out/document" | wc -l) documents," \
-     "$(ls "$out/document_config" | wc -l) pairs"
+     "$(ls "$out/document_config" | wc -l) pairs, $(ls "$out/catalogue" | wc -l) catalogues"

@@ -19,6 +19,8 @@ public:
     // file. When the spool cannot take the job (the reason is on standard error), a path that
     // cannot be opened, so the renderer reports the output as one that cannot be opened.
     const QString& renderPath() const { return m_renderPath; }
+    // True when the job goes through the spool (a network printer or a device node).
+    bool spooled() const { return m_spooled; }
     // The printer address of the document, used when the output is "socket://" with no host.
     void setDocumentPrinter(const QString& ipAddress, const QString& port);
     // Delivers the rendered job (nothing to do for a plain file). False when this job or an
