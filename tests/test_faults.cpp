@@ -250,7 +250,7 @@ QByteArray numbered(const char* pattern, int count) {
     return text;
 }
 const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/p24-billing-address-empty/";
-const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/p28-day-report-w40/";
+const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/report/narrow-paper/";
 
 const Hostile kHostile[] = {
     {"SixteenMillionOpenElements",
