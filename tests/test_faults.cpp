@@ -250,7 +250,8 @@ QByteArray numbered(const char* pattern, int count) {
     return text;
 }
 const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/p24-billing-address-empty/";
-const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/p28-day-report-w40/";
+const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/report/rows-and-summary/";
+const QByteArray kReportConf = PASTREL_SOURCE_DIR "/tests/documents/configs/report-paper-40.conf";
 
 const Hostile kHostile[] = {
     {"SixteenMillionOpenElements",
@@ -320,7 +321,7 @@ const Hostile kHostile[] = {
      receiptHead("1") + kEnd, "configuration is ignored"},
     {"DamagedCatalogue", // the report as in English; this catalogue killed it at a label
      [](Scene& s) {
-         s.config(readFile(QFile::decodeName(kReport + "pastrel.conf"))
+         s.config(readFile(QFile::decodeName(kReportConf))
                       .replace("pastrel : {",
                                "pastrel : { language : { basedir = " PASTREL_SOURCE_DIR
                                "/fuzz/regressions/catalogue/; file = "
