@@ -249,7 +249,7 @@ QByteArray numbered(const char* pattern, int count) {
         text += QByteArray(pattern).replace("#", QByteArray::number(i));
     return text;
 }
-const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/p24-billing-address-empty/";
+const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/kitchen-order/billing-address/";
 const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/report/rows-and-summary/";
 const QByteArray kReportConf = PASTREL_SOURCE_DIR "/tests/documents/configs/report-paper-40.conf";
 
