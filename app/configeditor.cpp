@@ -4,38 +4,20 @@
 
 #include <QAbstractItemDelegate>
 #include <QCloseEvent>
-#include <QCoreApplication>
-#include <QKeyEvent>
-#include <QLineEdit>
-#include <QPixmap>
 #include <QStatusBar>
-#include <QStringList>
 #include <QTreeWidget>
 #include <QTreeWidgetItem>
 
 namespace {
 
-// Searches item (an element's item) for the value item of fields, as the store's lookup walks
-// the tree: first field names the element, the last two the setting.
-QTreeWidgetItem* findIn(QTreeWidgetItem* item, const QStringList& fields) {
-    if (item == nullptr || fields.size() < 2 || item->text(0) != fields.at(0))
-        return nullptr;
-    for (int i = 0; i < item->childCount(); ++i) {
-        QTreeWidgetItem* child = item->child(i);
-        const bool isSetting =
-            child->childCount() == 1 && ConfigEditor::isValueItem(child->child(0));
-        if (fields.size() == 2 && isSetting && child->text(0) == fields.at(1))
-            return child->child(0);
-        if (fields.size() > 2 && !isSetting) {
-            if (QTreeWidgetItem* found = findIn(child, fields.mid(1)))
-                return found;
-        }
-    }
-    return nullptr;
+// A value item: the only child of a setting's item, without children of its own.
+bool isValueItem(const QTreeWidgetItem* item) {
+    return item != nullptr && item->childCount() == 0 && item->parent() != nullptr &&
+           item->parent()->childCount() == 1 && item->parent()->parent() != nullptr;
 }
 
 void markEditable(QTreeWidgetItem* item) {
-    if (ConfigEditor::isValueItem(item))
+    if (isValueItem(item))
         item->setFlags(item->flags() | Qt::ItemIsEditable);
     for (int i = 0; i < item->childCount(); ++i)
         markEditable(item->child(i));
@@ -60,44 +42,6 @@ ConfigEditor::ConfigEditor(libconfig::Config* config, QTreeWidget* view, QWidget
             ? QStringLiteral("No settings to show.")
             : QStringLiteral("Double-click a value to change it; closing the window saves."));
     resize(560, 640);
-}
-
-bool ConfigEditor::isValueItem(const QTreeWidgetItem* item) {
-    return item != nullptr && item->childCount() == 0 && item->parent() != nullptr &&
-           item->parent()->childCount() == 1 && item->parent()->parent() != nullptr;
-}
-
-QTreeWidgetItem* ConfigEditor::findValueItem(const QString& key) const {
-    QTreeWidgetItem* top = m_view->topLevelItem(0);
-    if (top == nullptr)
-        return nullptr;
-    const QStringList fields = key.split(QLatin1Char('.'));
-    for (int i = 0; i < top->childCount(); ++i) {
-        if (QTreeWidgetItem* found = findIn(top->child(i), fields))
-            return found;
-    }
-    return nullptr;
-}
-
-bool ConfigEditor::editValue(const QString& key, const QString& text) {
-    QTreeWidgetItem* item = findValueItem(key);
-    if (item == nullptr)
-        return false;
-    m_view->scrollToItem(item);
-    m_view->setCurrentItem(item);
-    m_view->editItem(item, 0);
-    auto* editor = qobject_cast<QLineEdit*>(m_view->indexWidget(m_view->currentIndex()));
-    if (editor == nullptr)
-        return false;
-    editor->setText(text);
-    QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
-    QCoreApplication::sendEvent(editor, &press);
-    QCoreApplication::processEvents(); // the delegate commits Return through a queued call
-    return item->text(0) == text;
-}
-
-bool ConfigEditor::grabTo(const QString& path) {
-    return grab().save(path, "PNG");
 }
 
 void ConfigEditor::commitOpenEditor() {

@@ -10,8 +10,6 @@
 #include <QApplication>
 #include <QByteArray>
 #include <QFile>
-#include <QList>
-#include <QTimer>
 #include <QTreeWidget>
 
 #include <iostream>
@@ -50,34 +48,6 @@ bool hasDisplay() {
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
-// Runs the test hook's script on the shown editor; false at the first line that fails.
-bool runScript(ConfigEditor& editor, const QByteArray& script) {
-    int number = 0;
-    for (const QByteArray& raw : script.split('\n')) {
-        ++number;
-        const QString line = QString::fromUtf8(raw).trimmed();
-        if (line.isEmpty())
-            continue;
-        const QString command = line.section(QLatin1Char(' '), 0, 0);
-        bool ok = false;
-        if (command == QLatin1String("set")) {
-            const QString rest = line.section(QLatin1Char(' '), 1);
-            const QString key = rest.section(QLatin1Char(' '), 0, 0);
-            ok = !key.isEmpty() && editor.editValue(key, rest.section(QLatin1Char(' '), 1));
-        } else if (command == QLatin1String("grab")) {
-            ok = editor.grabTo(line.section(QLatin1Char(' '), 1));
-        } else if (command == QLatin1String("close")) {
-            return true;
-        }
-        if (!ok) {
-            std::cerr << "pastrel-config: script line " << number << " failed: " << raw.constData()
-                      << std::endl;
-            return false;
-        }
-    }
-    return true;
-}
-
 int edit(int& argc, char** argv) {
     if (!hasDisplay()) {
         std::cerr << "pastrel-config: edit needs a display (DISPLAY or WAYLAND_DISPLAY); "
@@ -89,19 +59,7 @@ int edit(int& argc, char** argv) {
     PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
     ConfigEditor editor(configuration, configuration->newConfigListView());
     editor.show();
-
-    int status = 0;
-    const QString scriptPath = qEnvironmentVariable("PASTREL_CONFIG_EDIT_SCRIPT");
-    if (!scriptPath.isEmpty()) {
-        QTimer::singleShot(0, &editor, [&editor, &status, scriptPath]() {
-            QFile file(scriptPath);
-            if (!file.open(QIODevice::ReadOnly) || !runScript(editor, file.readAll()))
-                status = 1;
-            editor.close();
-        });
-    }
-    const int result = QApplication::exec();
-    return status != 0 ? status : result;
+    return QApplication::exec();
 }
 
 } // namespace

@@ -23,10 +23,6 @@
 //    (one byte, one character), so any byte sequence in the file is found and printed unchanged.
 //  - edit without a display (no DISPLAY, WAYLAND_DISPLAY or QT_QPA_PLATFORM) says so on standard
 //    error and returns 1 instead of letting the toolkit abort.
-//  - Test hook, not in the usage: with PASTREL_CONFIG_EDIT_SCRIPT naming a file, edit runs its
-//    lines once the window is up ("set KEY VALUE" renames a value through the in-place editor,
-//    "grab FILE" saves a PNG of the window, "close" closes it; the window closes after the last
-//    line). A line that fails is reported on standard error and the status is 1.
 #pragma once
 
 int configTool(int argc, char** argv);

@@ -15,7 +15,6 @@ using namespace EscPosCodes;
 namespace {
 
 constexpr int kMaxColumns = 255;
-constexpr int kMaxHeight = 8; // GS ! takes up to eight times the normal height
 constexpr int kMaxPulseUnits = 255;
 constexpr int kMillisecondsPerPulseUnit = 2;
 constexpr int kDefaultDrawerOnTime = 50;   // ms: long enough for every common drawer solenoid
@@ -145,7 +144,7 @@ void EscPosPrinterDriver::setCharSize() {
 void EscPosPrinterDriver::setCharSize(int size) {
     // Taller only: a wider character would push the row's columns past the paper's edge.
     m_style = Style();
-    m_style.height = static_cast<char>(qBound(0, size, kMaxHeight - 1));
+    m_style.height = static_cast<char>(qBound(0, size, CHARACTER_SIZE_MAX - 1));
 }
 
 void EscPosPrinterDriver::setCenterJustify() {

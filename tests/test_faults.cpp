@@ -249,8 +249,9 @@ QByteArray numbered(const char* pattern, int count) {
         text += QByteArray(pattern).replace("#", QByteArray::number(i));
     return text;
 }
-const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/p24-billing-address-empty/";
-const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/report/narrow-paper/";
+const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/kitchen-order/billing-address/";
+const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/report/rows-and-summary/";
+const QByteArray kReportConf = PASTREL_SOURCE_DIR "/tests/documents/configs/report-paper-40.conf";
 
 const Hostile kHostile[] = {
     {"SixteenMillionOpenElements",
@@ -320,7 +321,7 @@ const Hostile kHostile[] = {
      receiptHead("1") + kEnd, "configuration is ignored"},
     {"DamagedCatalogue", // the report as in English; this catalogue killed it at a label
      [](Scene& s) {
-         s.config(readFile(QFile::decodeName(kReport + "pastrel.conf"))
+         s.config(readFile(QFile::decodeName(kReportConf))
                       .replace("pastrel : {",
                                "pastrel : { language : { basedir = " PASTREL_SOURCE_DIR
                                "/fuzz/regressions/catalogue/; file = "

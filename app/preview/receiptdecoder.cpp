@@ -44,16 +44,16 @@ constexpr int kCounted = -1;
 const Command kEscPosCommands[] = {
     {{CC::LF}, 1, 0, Action::LineFeed},
     {{CC::CR}, 1, 0, Action::CarriageReturn},
-    {{EP::ESC, EP::INIT}, 2, 0, Action::Initialise},
-    {{EP::ESC, EP::INTERNATIONAL}, 2, 1, Action::International},
-    {{EP::ESC, EP::CODE_PAGE}, 2, 1, Action::SelectCodePage},
-    {{EP::ESC, EP::BOLD}, 2, 1, Action::Bold},
-    {{EP::GS, EP::SIZE}, 2, 1, Action::Size},
+    {{EP::ESC, EP::INITIALIZE}, 2, 0, Action::Initialise},
+    {{EP::ESC, EP::CHARACTER_SET}, 2, 1, Action::International},
+    {{EP::ESC, EP::CODE_TABLE}, 2, 1, Action::SelectCodePage},
+    {{EP::ESC, EP::EMPHASIS}, 2, 1, Action::Bold},
+    {{EP::GS, EP::CHARACTER_SIZE}, 2, 1, Action::Size},
     {{EP::ESC, EP::JUSTIFY}, 2, 1, Action::Justify},
     {{EP::ESC, EP::FEED_LINES}, 2, 1, Action::FeedLines},
     {{EP::GS, EP::CUT}, 2, kCounted, Action::Cut},
     {{EP::ESC, EP::PULSE}, 2, 3, Action::DrawerPulse},
-    {{EP::GS, EP::RASTER, EP::RASTER_FORM}, 3, kCounted, Action::Raster},
+    {{EP::GS, EP::RASTER_IMAGE, EP::RASTER_FORMAT}, 3, kCounted, Action::Raster},
     {{EP::DLE, EP::EOT}, 2, 1, Action::StatusQuery},
 };
 
@@ -172,7 +172,7 @@ private:
             if (bytes.size() < 3)
                 return 0;
             const unsigned char m = at(bytes, 2);
-            return m == EP::kCutFullAfterFeed || m == EP::kCutPartialAfterFeed ? 4 : 3;
+            return m == EP::CUT_FULL_AFTER_FEED || m == EP::CUT_PARTIAL_AFTER_FEED ? 4 : 3;
         }
         if (bytes.size() < kRasterHeader)
             return 0; // Action::Raster
@@ -212,7 +212,7 @@ private:
             return true;
         case Action::Size: {
             const int width = (n >> 4) + 1, height = (n & 0xF) + 1;
-            if (width > EP::kMaxSizeMultiplier || height > EP::kMaxSizeMultiplier)
+            if (width > EP::CHARACTER_SIZE_MAX || height > EP::CHARACTER_SIZE_MAX)
                 return false;
             m_widthScale = width;
             m_heightScale = height;
@@ -220,7 +220,7 @@ private:
         }
         case Action::Justify: {
             const int value = n >= '0' ? n - '0' : n;
-            if (value > 2)
+            if (value > EP::JUSTIFY_RIGHT)
                 return false;
             m_justification = static_cast<Justification>(value);
             return true;
@@ -261,18 +261,18 @@ private:
     bool cut(QByteArrayView command) {
         const unsigned char m = at(command, 2);
         const int kind = m >= '0' && m <= '1' ? m - '0' : m;
-        if (kind == EP::kCutFullAfterFeed || kind == EP::kCutPartialAfterFeed) {
+        if (kind == EP::CUT_FULL_AFTER_FEED || kind == EP::CUT_PARTIAL_AFTER_FEED) {
             // Feeds n dots past the last printed line, then cuts: the head-to-cutter distance
             // of a real printer is not drawn, the cut comes right under the text.
             if (!m_line.isEmpty())
                 endLine(true);
             advance(at(command, 3));
-            m_paper.cuts.append({m_y, kind == EP::kCutPartialAfterFeed});
+            m_paper.cuts.append({m_y, kind == EP::CUT_PARTIAL_AFTER_FEED});
             return true;
         }
-        if (kind != EP::kCutFull && kind != EP::kCutPartial)
+        if (kind != EP::CUT_FULL && kind != EP::CUT_PARTIAL)
             return false;
-        m_paper.cuts.append({m_y, kind == EP::kCutPartial});
+        m_paper.cuts.append({m_y, kind == EP::CUT_PARTIAL});
         return true;
     }
 
@@ -371,7 +371,7 @@ private:
 namespace ReceiptDecoder {
 
 Backend detect(const QByteArray& bytes) {
-    const char start[] = {EP::ESC, EP::INIT};
+    const char start[] = {EP::ESC, EP::INITIALIZE};
     return bytes.startsWith(QByteArrayView(start, 2)) ? Backend::EscPos : Backend::Company;
 }
 
