@@ -1,5 +1,5 @@
 // pastrel-config as an integrator's script runs it, with a HOME of the test's own: show as a
-// tree, set with a clean rewrite, check with exactly the mistakes planted, --help and --version.
+// tree, set with a clean rewrite, check with exactly the mistakes planted.
 #include "testsupport.h"
 
 using testsupport::readFile;
@@ -37,19 +37,6 @@ TEST(ConfigToolShow, PrintsTheHomeConfigurationAsAnIndentedTree) {
                      "            level = DEBUG\n        receiptdoc\n"
                      "            openCashDrawer = true\n            paperWidth = 40\n",
                  run.out);
-}
-
-// --help and --version answer on standard output with status 0; a wrong command is status 2.
-TEST(ConfigTool, HelpVersionAndUsage) {
-    TempHome home;
-    const ToolRun help = runTool(home, {QStringLiteral("--help")});
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_TRUE(help.out.startsWith("usage: pastrel-config show | get KEY | set KEY VALUE"))
-        << help.out.constData();
-    const ToolRun version = runTool(home, {QStringLiteral("--version")});
-    EXPECT_EQ(version.exitCode, 0);
-    EXPECT_TRUE(version.out.startsWith("pastrel-config ")) << version.out.constData();
-    EXPECT_EQ(runTool(home, {QStringLiteral("sett")}).exitCode, 2);
 }
 
 struct SetCase {

@@ -7,15 +7,21 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 
 #include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <random>
 #include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -188,26 +194,12 @@ TEST_P(FaultCase, RendersWhatCanBeRead) {
 INSTANTIATE_TEST_SUITE_P(Fault, FaultCase, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
-} // namespace
-
 // ---- Hostile inputs: no crash, no hang, nothing lost ----------------------------------------
 // Each row is an input a hostile or unlucky till gave, at the size that once crashed the
 // program, hung it, or made it take seconds and hundreds of megabytes. Now each run ends within
 // 2 s and 200 MiB of peak memory, without a signal, exit status 0, with the document rendered as
 // far as it is well-formed, and one "pastrel-print:" line on standard error saying why a ticket
 // came out short (docs/robustness.md).
-#include <QTemporaryDir>
-
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
-
-#include <sys/wait.h>
-
-namespace {
-
 // Files of one run; a row fills them in. out and home are paths as the file system's bytes.
 struct Scene {
     QTemporaryDir dir;
@@ -235,10 +227,6 @@ struct Hostile {
     QByteArray expected; // the output's bytes; null: not read (a FIFO)
     const char* err;     // a text standard error holds
 };
-
-void PrintTo(const Hostile& row, std::ostream* os) {
-    *os << row.name;
-}
 
 QByteArray receipt(const QByteArray& tail) {
     return "<doc><method name=\"printFullOrderReceipt\"/><receipt serialnumber=\"1\"/>" + tail;

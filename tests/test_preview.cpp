@@ -117,8 +117,8 @@ TEST(Preview, LogoDrawnDotForDot) {
                                     "\xf0\x0f\xf0\x0f\xf0\x0f"
                                     "A\n"));
     EXPECT_EQ(image.height() - origin().y(), 3 + kCellHeight + ReceiptPainter::kTail);
-    EXPECT_EQ(count(image, 0, 0, 16, 3), 2 * 4 * 3); // dots 0-3 and 12-15 of each row
-    EXPECT_EQ(count(image, 0, 0, 4, 3), 4 * 3);
+    EXPECT_EQ(count(image, 0, 0, 4, 3), 4 * 3); // dots 0-3 and 12-15 of each row, none between
+    EXPECT_EQ(count(image, 4, 0, 8, 3), 0);
     EXPECT_EQ(count(image, 12, 0, 4, 3), 4 * 3);
 }
 

@@ -49,7 +49,7 @@ bool writeFile(const QString& path, const QByteArray& bytes) {
 }
 
 Run runProgram(const QString& program, const QStringList& arguments, const QString& home,
-               const QProcessEnvironment& extra, const QString& workDir, int timeoutMs) {
+               const QProcessEnvironment& extra, int timeoutMs) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("HOME"));
     if (!home.isEmpty())
@@ -58,9 +58,7 @@ Run runProgram(const QString& program, const QStringList& arguments, const QStri
         environment.insert(key, extra.value(key));
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(!workDir.isEmpty() ? workDir
-                                : home.isEmpty()   ? QDir::tempPath()
-                                                   : home);
+    process.setWorkingDirectory(home.isEmpty() ? QDir::tempPath() : home);
     process.start(program, arguments);
     Run run;
     if (!process.waitForStarted(timeoutMs))
@@ -84,7 +82,7 @@ QString printProgram() {
 
 Run runPrint(const QStringList& arguments, const QString& home, const QProcessEnvironment& extra,
              int timeoutMs) {
-    const Run run = runProgram(printProgram(), arguments, home, extra, QString(), timeoutMs);
+    const Run run = runProgram(printProgram(), arguments, home, extra, timeoutMs);
     EXPECT_TRUE(run.finished && !run.crashed && run.exitCode == 0)
         << "finished " << run.finished << ", crashed " << run.crashed << ", status "
         << run.exitCode;

@@ -47,11 +47,10 @@ struct Run {
     QByteArray out, err;
 };
 
-// Runs program with HOME set to home (unset when empty), in workDir (home when empty), with
-// extra environment, killed after timeoutMs.
+// Runs program with HOME set to home (unset when empty), in home (the temporary folder when none),
+// with extra environment, killed after timeoutMs.
 Run runProgram(const QString& program, const QStringList& arguments, const QString& home,
-               const QProcessEnvironment& extra = QProcessEnvironment(),
-               const QString& workDir = QString(), int timeoutMs = 120000);
+               const QProcessEnvironment& extra = QProcessEnvironment(), int timeoutMs = 120000);
 
 QString printProgram(); // the built pastrel-print
 
