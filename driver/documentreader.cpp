@@ -11,6 +11,9 @@
 #include <iostream>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -286,14 +289,29 @@ bool DocumentReader::parse(const QString& path) {
 
 bool DocumentReader::parse(const QByteArray& nativePath) {
     // POSIX open with the path's own bytes: a Latin-1 file name would not survive the toolkit's
-    // text.
-    const int fd = ::open(nativePath.constData(), O_RDONLY | O_CLOEXEC);
-    QFile file;
-    if (fd < 0 || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        std::cerr << "pastrel-print: cannot read input " << nativePath.constData() << ": "
-                  << std::strerror(errno) << std::endl;
+    // text. Non-blocking, so that a FIFO without a writer does not hold the open for ever.
+    const int fd = ::open(nativePath.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const auto cannotRead = [&](const char* reason) {
+        std::cerr << "pastrel-print: cannot read input " << nativePath.constData() << ": " << reason
+                  << std::endl;
+        if (fd >= 0)
+            ::close(fd);
         return false; // nothing on standard output, no end sequence
+    };
+    if (fd < 0)
+        return cannotRead(std::strerror(errno));
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode))
+        return cannotRead(std::strerror(EISDIR)); // it opens, but no read would succeed
+    if (S_ISFIFO(info.st_mode)) {
+        pollfd writer{fd, POLLIN, 0}; // data, or a writer that came and went
+        if (::poll(&writer, 1, kFifoWriterWaitMs) <= 0)
+            return cannotRead("no writer came to the FIFO");
     }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK); // from here reads wait for data
+    QFile file;
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return cannotRead(file.errorString().toLocal8Bit().constData());
     return parse(file, nativePath);
 }
 

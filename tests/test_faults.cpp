@@ -389,6 +389,10 @@ const Hostile kHostile[] = {
      },
      readFile(QFile::decodeName(kReport + "expected.prn")), "refused"},
     {"MissingInput", [](Scene&) {}, "", "cannot read input"},
+    {"FolderAsInput", [](Scene& s) { s.in = s.home; }, "", "cannot read input"},
+    {"InputFifoWithoutWriter", // waits a few seconds for a writer, then the output stays empty
+     [](Scene& s) { ASSERT_EQ(::mkfifo(s.in.constData(), 0600), 0); }, "",
+     "no writer came to the FIFO"},
     {"MalformedInput",
      [](Scene& s) { s.file(s.in, receipt("\n<receipt serialnumber=\"2\"></doc>")); },
      receiptHead("1") + receiptHead("2"),
