@@ -81,11 +81,15 @@ constexpr int kMaxValueBytes = libconfig::Config::kMaxTokenBytes - 2;
 // text when it does: the last word on what the readers' limits let through.
 QString readBack(const QString& path, const QString& key, const QString& value) {
     const libconfig::Config written(path, QStringLiteral("cfg"));
+    if (!written.readWhole())
+        return key + QStringLiteral(" would make the file larger than the readers read whole; "
+                                    "nothing changed");
     const QString read = written.lookup(key);
-    if (written.readWhole() && read == value)
+    if (read == value)
         return QString();
     return key + QStringLiteral(" would read back as \"") + read.left(40) +
-           QStringLiteral("\" (a name too long for the readers?); nothing changed");
+           QStringLiteral("\" (a name longer than the readers read, or an earlier group of the "
+                          "same path wins); nothing changed");
 }
 
 // ---- check
