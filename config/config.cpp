@@ -12,6 +12,8 @@
 #include <iostream>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace libconfig {
 
 namespace {
@@ -189,7 +191,13 @@ bool Config::openFile(const QString& path) {
 bool Config::openNativeFile(const QByteArray& path) {
     closeFile();
     m_input.clear();
-    m_input.open(path.toStdString(), std::ios::in | std::ios::binary);
+    // A FIFO (or socket) would hold the open until something writes to it: it is no
+    // configuration file, and reads as a missing one.
+    struct stat info {};
+    const bool waits =
+        ::stat(path.constData(), &info) == 0 && (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode));
+    if (!waits)
+        m_input.open(path.toStdString(), std::ios::in | std::ios::binary);
     // A folder opens like a file and fails only at the first read, where the stream buffer
     // throws: a file whose first byte cannot be read is an unreadable file, reported
     // with the same message (docs/robustness.md).

@@ -168,6 +168,9 @@ const Case kCases[] = {
     {"ConfigurationRandomTenMegabytes", [](const TempHome& h) { return receipt(h, randomBytes(10 << 20, 20260914)); }, kDefaults},
     {"ConfigurationRandomGroupBodyReadToItsEnd", [](const TempHome& h) {
          return receipt(h, "pastrel : { receiptdoc : {" + randomGroupBody() + "=x; openCashDrawer = \"true\"; }; };"); }, kDefaults + kDrawer},
+    {"ConfigurationFifo", [](const TempHome& h) {
+         QDir().mkpath(h.file(QStringLiteral(".pastrel/conf")));
+         EXPECT_EQ(::mkfifo(QFile::encodeName(h.configPath()).constData(), 0600), 0); return receipt(h); }, kDefaults, kNotFound},
     {"ConfigurationEmpty", [](const TempHome& h) { return receipt(h, ""); }, kDefaults},
     {"LogFolderMissing", [](const TempHome& h) { return receipt(h, "pastrel : { logger : { level = DEBUG; basedir = " +
          h.file(QStringLiteral("logs")).toUtf8() + "; filename = pastrel.log; type = APPEND; }; receiptdoc : { openCashDrawer = \"true\"; }; };"); },
