@@ -152,7 +152,8 @@ QByteArray numbered(const char* pattern, int count) {
 }
 
 // As many settings in one group as the readers read in a file.
-const QByteArray kHundredThousand = "pastrel : { big : {" + numbered("k# = v#;\n", 100000) + "}; };\n";
+const QByteArray kHundredThousand =
+    "pastrel : { big : {" + numbered("k# = v#;\n", 100000) + "}; };\n";
 
 // A black PBM image, width x height pixels, which the toolkit reads without a plugin.
 QByteArray blackImage(int width, int height) {
@@ -274,6 +275,13 @@ const ToolFault kToolFaults[] = {
      {"logo", "logo.pbm"}, 1, [](const TempHome& h, const ToolRun&) {
          EXPECT_EQ(readFile(confFolder(h) + QStringLiteral("/logo.raster")), "the old raster");
          expectOnly(h, {QStringLiteral("pastrel.conf"), QStringLiteral("filler"), QStringLiteral("logo.raster")}); }},
+    {"LogoOverTheFileSizeLimit", [](const TempHome& h) {
+         smallConf(h);
+         testsupport::writeFile(confFolder(h) + QStringLiteral("/logo.raster"), "the old raster");
+         return testsupport::writeFile(h.file(QStringLiteral("logo.pbm")), blackImage(480, 480)); },
+     {"logo", "logo.pbm"}, 1, [](const TempHome& h, const ToolRun&) {
+         EXPECT_EQ(readFile(confFolder(h) + QStringLiteral("/logo.raster")), "the old raster");
+         expectOnly(h, {QStringLiteral("pastrel.conf"), QStringLiteral("logo.raster")}); }, 8},
     {"LogoForAHundredColumns", [](const TempHome& h) { // wider than a printer's raster
          h.writeConfig("pastrel : { printer : { model = escpos; columns = 100; logo = logo.raster; };"
                        " receiptdoc : { printLogo = true; }; };");
