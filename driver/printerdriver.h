@@ -31,16 +31,33 @@
 // variant and total rows used by several documents (printerdriver_rows.cpp); opening the output,
 // the settings and the helpers (printerdriver.cpp). docs/documents.md describes every document
 // for the programs that write them.
+//
+// Where the bytes go: the renderer writes to the device it is given (a file, a spool file, a
+// buffer); which device is the job's business (spool/outputjob.h, chosen in app/compile.cpp).
+// The constructors on a path, which open the file themselves, stay for the suite's programs that
+// render in-process. What the document says about its own printer comes back as printerAddress().
 #pragma once
+
+#include "printerprofile.h"
 
 #include <QHash>
 #include <QString>
 #include <QXmlStreamAttributes>
 
+#include <functional>
+
 class PAConfiguration;
 class QFile;
+class QIODevice;
 struct CodePage;
 class QTextStream;
+
+// The printer a document names for itself: its last "printers" element, wherever it stands and
+// whatever the method. Delivery to "socket://" with no host uses it.
+struct PrinterAddress {
+    QString ipAddress;
+    QString port;
+};
 
 class PrinterDriver {
 public:
@@ -51,6 +68,13 @@ public:
     // The same for a path given as the file system's bytes (argv), which reach the file
     // unchanged even when they are not UTF-8.
     PrinterDriver(const QByteArray& nativePath, bool append);
+    // A full key's setting text, for the document settings ("pastrel.receiptdoc.paperWidth").
+    using SettingLookup = std::function<QString(const QString&)>;
+    // Writes to device, open for writing and not owned (null: the job has nowhere to go, and
+    // nothing is written). The document settings come from settings, or from the process's
+    // configuration when it is empty.
+    PrinterDriver(QIODevice* device, const PrinterProfile& profile,
+                  SettingLookup settings = SettingLookup());
     virtual ~PrinterDriver();
     PrinterDriver(const PrinterDriver&) = delete;
     PrinterDriver& operator=(const PrinterDriver&) = delete;
@@ -116,12 +140,11 @@ public:
     QString descriptionRow(const QString& first, const QString& second, const QString& third,
                            const QString& fourth, const QChar& fill, const QString& mode);
 
-    // The network address of the document's last printers element, for delivering the job.
-    const QString& printerIpAddress() const { return m_printerIpAddress; }
-    const QString& printerPort() const { return m_printerPort; }
-    // The line printed on standard output when the output cannot be opened. The suite's other
-    // programs look for exactly this line, wrong class and operation names and all, also when a
-    // printer cannot take the job: it must not be "corrected".
+    // The address of the document's last printers element, for delivering the job.
+    const PrinterAddress& printerAddress() const { return m_printerAddress; }
+    // Writes out what the text stream still holds; false when a write has failed.
+    bool flush();
+    // The line printed on standard output when the output cannot be opened (SuiteLines).
     static const char* const kUnableToOpenFile;
 
 protected:
@@ -142,9 +165,14 @@ protected:
     void write(const QString& text);
     // Control bytes as they are, past the code page (bytes from 0x80 up need a code page).
     void writeBytes(const QByteArray& bytes);
-    // Chooses the page pastrel.printer.codepage names, or fallback when the key is absent
-    // (nullptr: UTF-8). An unknown name is reported on standard error and fallback taken.
+    // Chooses the page the profile names, or fallback when it names none (nullptr: UTF-8). An
+    // unknown name is reported on standard error and fallback taken.
     void selectCodePage(const CodePage* fallback);
+    const PrinterProfile& profile() const { return m_profile; }
+    // From now on the control characters of the document's attribute values (a TAB, LF or CR
+    // written as a character reference inside a dish name) reach the layouts as blanks, so that
+    // no row of a printer that would obey them loses its width.
+    void setBlankControlCharacters() { m_blankControls = true; }
     const CodePage* codePage() const { return m_codePage; }
 
     PAConfiguration* m_configuration; // not owned
@@ -215,4 +243,9 @@ private:
     QString m_unencodable;                // characters the page lacks, each reported once
     // setting() answers, by full key.
     mutable QHash<QString, QString> m_settings;
+    PrinterProfile m_profile;
+    SettingLookup m_lookup; // empty: m_configuration
+    PrinterAddress m_printerAddress;
+    bool m_blankControls = false;
+    void openStream(QIODevice* device);
 };
