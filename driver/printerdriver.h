@@ -44,6 +44,7 @@
 #include <QString>
 #include <QXmlStreamAttributes>
 
+#include <cstddef>
 #include <functional>
 
 class PAConfiguration;
@@ -222,22 +223,51 @@ private:
     void printColumnsHeaderOnce(ColumnsHeader kind);
     void printAddress(const QString& address);
     void printLabelLine(const char* label, const QString& text);
-    // The rows several order documents share (printerdriver_rows.cpp).
+    // The blocks the order documents print for their elements (printerdriver_rows.cpp), each
+    // taking (element name, attributes) as a layout does, so that a document's routing is a table.
     static QString variantSign(const QString& quantity);
     static QString variantDescription(const Attributes& attributes);
     void requestDishSize(const QString& name);
-    void printKitchenVariantRow(const Attributes& attributes);
-    void printReceiptDishRow(const Attributes& attributes);
-    void printPricedVariantRow(const Attributes& attributes);
-    void printAbstractOrderRow(const Attributes& attributes);
+    void printCustomerBlock(const QString& name, const Attributes& attributes);
+    void printKitchenHeadingRow(const QString& name, const Attributes& attributes);
+    void printKitchenDishRow(const QString& name, const Attributes& attributes);
+    void printKitchenVariantRow(const QString& name, const Attributes& attributes);
+    void printFullOrderDishRow(const QString& name, const Attributes& attributes);
+    void printReceiptDishRow(const QString& name, const Attributes& attributes);
+    void printDeliveryDishRow(const QString& name, const Attributes& attributes);
+    void printPricedVariantRow(const QString& name, const Attributes& attributes);
+    void printAbstractOrderRow(const QString& name, const Attributes& attributes);
+    void printTotalBlock(const QString& name, const Attributes& attributes);
+    void printBoldTotalBlock(const QString& name, const Attributes& attributes);
+    void printNotPaidLine(const QString& name, const Attributes& attributes);
+    void printAbstractNotPaidLine(const QString& name, const Attributes& attributes);
     void printTotalRow(const char* label, const QString& amount);
-    void printTaxSummary(const Attributes& attributes);
+    void printTaxSummary(const QString& name, const Attributes& attributes);
     // The lines of the summary report (printerdriver_reports.cpp).
     QString dottedLabel(const QString& label);
     void printReportTitle(const char* title);
     void printDottedLine(const char* label, const QString& text);
     void printSerialsLine(const Attributes& attributes);
     Layout m_layout = nullptr; // the layout operation named by m_method
+
+    // One row of an order document's routing: an element name and the block that prints it.
+    struct Route {
+        const char* element;
+        Layout block;
+    };
+    // The element goes to printSections first (the common blocks), then to the block of the
+    // route that names it; an element no route names prints nothing.
+    template <std::size_t N>
+    void route(const Route (&routes)[N], const QString& name, const Attributes& attributes) {
+        if (printSections(name, attributes))
+            return;
+        for (const Route& r : routes) {
+            if (name == QLatin1String(r.element)) {
+                (this->*r.block)(name, attributes);
+                return;
+            }
+        }
+    }
 
     const CodePage* m_codePage = nullptr; // null: UTF-8 text
     QString m_unencodable;                // characters the page lacks, each reported once
