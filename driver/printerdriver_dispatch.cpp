@@ -10,15 +10,23 @@ namespace {
 
 enum class Duplicate { Unchanged, SetTrue, SetFalse };
 
-bool isControl(QChar c) {
-    return c.unicode() < 0x20 || (c.unicode() >= 0x7f && c.unicode() < 0xa0);
+bool isControl(char16_t c) {
+    return c < 0x20 || (c >= 0x7f && c < 0xa0);
+}
+
+bool isControlChar(QChar c) {
+    return isControl(c.unicode());
 }
 
 bool hasControlCharacter(const PrinterDriver::Attributes& attributes) {
+    // Every element of every document passes here: one plain pass over the values' code units.
     for (const auto& attribute : attributes) {
         const QStringView text = attribute.value();
-        if (std::any_of(text.begin(), text.end(), isControl))
-            return true;
+        const char16_t* unit = text.utf16();
+        for (const char16_t* end = unit + text.size(); unit != end; ++unit) {
+            if (isControl(*unit))
+                return true;
+        }
     }
     return false;
 }
@@ -27,7 +35,7 @@ PrinterDriver::Attributes blanked(const PrinterDriver::Attributes& attributes) {
     PrinterDriver::Attributes clean;
     for (const auto& attribute : attributes) {
         QString text = attribute.value().toString();
-        std::replace_if(text.begin(), text.end(), isControl, QLatin1Char(' '));
+        std::replace_if(text.begin(), text.end(), isControlChar, QLatin1Char(' '));
         clean.append(attribute.qualifiedName().toString(), text);
     }
     return clean;
