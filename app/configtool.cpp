@@ -9,7 +9,6 @@
 
 #include <QApplication>
 #include <QByteArray>
-#include <QCoreApplication>
 #include <QFile>
 #include <QTreeWidget>
 
@@ -66,8 +65,6 @@ int edit(int& argc, char** argv) {
 } // namespace
 
 int configTool(int argc, char** argv) {
-    // The store names the program in its line about a file past its limits.
-    QCoreApplication::setApplicationName(QStringLiteral("pastrel-config"));
     if (argc < 2 || argv == nullptr || argv[1] == nullptr)
         return usageError();
     const QByteArray command(argv[1]);

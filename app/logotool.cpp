@@ -1,9 +1,9 @@
 #include "logotool.h"
 
-#include "escposprinterdriver.h"
 #include "filereplace.h"
 #include "logoraster.h"
 #include "paconfiguration.h"
+#include "printerprofile.h"
 #include "syncsingleton.h"
 
 #include <QDir>
@@ -62,11 +62,9 @@ LogoRaster dither(const QImage& image, int widthDots) {
 } // namespace
 
 int convertLogo(const QString& imagePath, const QString& rasterPath) {
-    PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
-    int columns = EscPosPrinterDriver::columnsFrom(
-        configuration->getStrValue(QStringLiteral("pastrel.printer.columns")).trimmed());
-    if (columns == 0)
-        columns = EscPosPrinterDriver::kDefaultColumns;
+    const PrinterProfile profile =
+        PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
+    const int columns = profile.columns;
     // A printer takes a raster of at most 1024 dots (85 columns): a wider printer gets a logo
     // that wide, printed from its left edge.
     const int widthDots =
@@ -89,9 +87,8 @@ int convertLogo(const QString& imagePath, const QString& rasterPath) {
     const LogoRaster raster = dither(image.convertToFormat(QImage::Format_ARGB32), widthDots);
 
     // The same rule as the printer's: a relative path is taken from the configuration's folder.
-    const QDir configurationFolder(QDir::homePath() + QLatin1String("/.pastrel/conf"));
-    const QString configured =
-        configuration->getStrValue(QStringLiteral("pastrel.printer.logo")).trimmed();
+    const QDir configurationFolder(PrinterProfile::configurationFolder());
+    const QString& configured = profile.logo;
     QString target = rasterPath;
     if (target.isEmpty())
         target = configurationFolder.filePath(configured.isEmpty() ? QStringLiteral("logo.raster")
@@ -112,7 +109,8 @@ int convertLogo(const QString& imagePath, const QString& rasterPath) {
               << "-column printer" << std::endl;
     if (configured.isEmpty() ||
         QFileInfo(configurationFolder.filePath(configured)) != QFileInfo(target))
-        std::cout << "pastrel-config: set pastrel.printer.logo to that file to print it"
-                  << std::endl;
+        std::cout << "pastrel-config: set "
+                  << PrinterProfile::key(PrinterProfile::Logo).toLatin1().constData()
+                  << " to that file to print it" << std::endl;
     return 0;
 }

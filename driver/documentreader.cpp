@@ -1,5 +1,6 @@
 #include "documentreader.h"
 
+#include "diagnostics.h"
 #include "printerdriver.h"
 
 #include <QFile>
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <iostream>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -291,9 +291,8 @@ bool DocumentReader::parse(const QByteArray& nativePath) {
     // POSIX open with the path's own bytes: a Latin-1 file name would not survive the toolkit's
     // text. Non-blocking, so that a FIFO without a writer does not hold the open for ever.
     const int fd = ::open(nativePath.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    const auto cannotRead = [&](const char* reason) {
-        std::cerr << "pastrel-print: cannot read input " << nativePath.constData() << ": " << reason
-                  << std::endl;
+    const auto cannotRead = [&](const QByteArray& reason) {
+        Diagnostics::warn("cannot read input " + nativePath + ": " + reason);
         if (fd >= 0)
             ::close(fd);
         return false; // nothing on standard output, no end sequence
@@ -311,7 +310,7 @@ bool DocumentReader::parse(const QByteArray& nativePath) {
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK); // from here reads wait for data
     QFile file;
     if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
-        return cannotRead(file.errorString().toLocal8Bit().constData());
+        return cannotRead(file.errorString().toLocal8Bit());
     return parse(file, nativePath);
 }
 
@@ -325,8 +324,8 @@ bool DocumentReader::parse(QIODevice& source, const QByteArray& name) {
     // (docs/robustness.md, "Entities").
     reader.setEntityExpansionLimit(0);
     const auto report = [&](const QByteArray& what) {
-        std::cerr << "pastrel-print: " << name.constData() << ":" << reader.lineNumber() << ":"
-                  << reader.columnNumber() << ": " << what.constData() << std::endl;
+        Diagnostics::warn(name + ":" + QByteArray::number(reader.lineNumber()) + ":" +
+                          QByteArray::number(reader.columnNumber()) + ": " + what);
         return false; // elements before this point are rendered; no endDocument
     };
     m_handler.startDocument();

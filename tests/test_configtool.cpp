@@ -82,14 +82,15 @@ TEST(ConfigToolSet, WritesACleanFileOrRefuses) {
     }
 }
 
-// Five planted mistakes among right settings (a catalogue that loads, flags exactly "true",
-// printer keys): check reports exactly those five and exits 1.
+// Six planted mistakes among right settings (a catalogue that loads, flags exactly "true",
+// printer keys): check reports exactly those six and exits 1.
 TEST(ConfigToolCheck, ReportsExactlyThePlantedMistakes) {
     TempHome home;
     home.writeConfig(
         "pastrel : {\n language : { basedir = \"" PASTREL_BINARY_DIR
         "/translations/\"; file = pastrel_it_IT.qm; };\n"
-        " printer : { model = escpos; cut = full; logo = /no/logo.bin; };\n"
+        " printer : { model = \" ESCPOS\"; cut = full; drawerPin = 3;"
+        " logo = /no/logo.bin; };\n"
         " receiptdoc : { paperwidth = 32; printHeader = true; copyNumber = 2; };\n"
         " fiscaldoc : { openCashDrawer = True; printDate = false; printLogo = s\xc3\xac; "
         "};\n};\nspare : { };\n");
@@ -101,8 +102,26 @@ TEST(ConfigToolCheck, ReportsExactlyThePlantedMistakes) {
                  "pastrel.fiscaldoc.printLogo = s\xc3\xac: a flag is on only for the exact text "
                  "true; this reads as off\n"
                  "spare (top-level group 2): empty; nothing reads it\n"
+                 "pastrel.printer.drawerPin = \"3\" is not 2 or 5; using 2\n"
                  "pastrel.printer.logo: no readable file at /no/logo.bin\n",
                  run.out);
+}
+
+// Every damaged catalogue that pastrel-print refuses, check refuses too: both load it one way.
+TEST(ConfigToolCheck, RefusesEveryDamagedCatalogue) {
+    const QDir damaged(QStringLiteral(PASTREL_SOURCE_DIR "/fuzz/regressions/catalogue"));
+    const QStringList names = damaged.entryList({QStringLiteral("*.qm")}, QDir::Files);
+    ASSERT_FALSE(names.isEmpty());
+    for (const QString& name : names) {
+        TempHome home;
+        home.writeConfig("pastrel : { language : { basedir = \"" + damaged.path().toLocal8Bit() +
+                         "/\"; file = \"" + name.toLocal8Bit() + "\"; }; };\n");
+        const ToolRun run = runTool(home, {QStringLiteral("check")});
+        EXPECT_EQ(run.exitCode, 1) << name.toStdString();
+        EXPECT_TRUE(run.out.startsWith("pastrel.language.basedir + file: catalogue " +
+                                       damaged.filePath(name).toLocal8Bit() + " refused ("))
+            << run.out.constData();
+    }
 }
 
 // Ten runs of set at once, each a key of its own, three times over: every run's key is kept,

@@ -248,7 +248,7 @@ const QByteArray kReportConf = PASTREL_SOURCE_DIR "/tests/documents/configs/repo
 const QByteArray kLogoConf = "pastrel : { receiptdoc : { printLogo = true; }; "
                              "printer : { model = escpos; columns = 2; logo = ";
 const QByteArray kLogoDocument = "<d><method name=\"printFullOrderReceipt\"/><logo/></d>";
-const QByteArray kEscPosLogoless("\x1b@\x1bR\x00\x1bt\x13\x1dVB\x00", 12); // start, cut
+const QByteArray kEscPosLogoless("\x1b@\x1c.\x1bR\x00\x1bt\x13\x1dVB\x00", 14); // start, cut
 
 const Hostile kHostile[] = {
     {"SixteenMillionOpenElements",
