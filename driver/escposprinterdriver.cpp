@@ -1,6 +1,7 @@
 #include "escposprinterdriver.h"
 
 #include "codepage.h"
+#include "codesymbol.h"
 #include "escposcodes.h"
 #include "logoraster.h"
 #include "paconfiguration.h"
@@ -27,6 +28,7 @@ struct Choice {
 };
 constexpr Choice kCuts[] = {{"partial", CUT_PARTIAL_AFTER_FEED}, {"full", CUT_FULL_AFTER_FEED}};
 constexpr Choice kDrawerPins[] = {{"2", 0}, {"5", 1}};
+constexpr Choice kCodeForms[] = {{"native", 0}, {"raster", 1}};
 
 QString printerSetting(PAConfiguration* configuration, const char* key) {
     return configuration->getStrValue(QLatin1String("pastrel.printer.") + QLatin1String(key))
@@ -67,6 +69,19 @@ char pulseUnits(PAConfiguration* configuration, const char* key, int fallback) {
     return static_cast<char>(milliseconds / kMillisecondsPerPulseUnit);
 }
 
+// GS v 0 and the dots of raster.
+QByteArray rasterCommand(const LogoRaster& raster) {
+    QByteArray bytes;
+    bytes.reserve(8 + raster.dots.size());
+    for (const char byte : {GS, RASTER_IMAGE, RASTER_FORMAT, RASTER_NORMAL_SCALE})
+        bytes += byte;
+    for (const int value : {raster.bytesPerRow, raster.rows}) {
+        bytes += static_cast<char>(value & 0xFF);
+        bytes += static_cast<char>(value >> 8);
+    }
+    return bytes + raster.dots;
+}
+
 } // namespace
 
 int EscPosPrinterDriver::columnsFrom(const QString& setting) {
@@ -93,6 +108,7 @@ EscPosPrinterDriver::EscPosPrinterDriver(const QByteArray& nativePath, bool appe
     m_drawerPin = choose(m_configuration, "drawerPin", kDrawerPins, "2 or 5");
     m_drawerOn = pulseUnits(m_configuration, "drawerOnTime", kDefaultDrawerOnTime);
     m_drawerOff = pulseUnits(m_configuration, "drawerOffTime", kDefaultDrawerOffTime);
+    m_rasterCodes = choose(m_configuration, "qrcode", kCodeForms, "native or raster") != 0;
     const QString logo = printerSetting(m_configuration, "logo");
     // A relative path is taken from the configuration's folder, where pastrel-config puts it.
     if (!logo.isEmpty())
@@ -240,13 +256,95 @@ QByteArray EscPosPrinterDriver::loadLogo() const {
                   << ": " << why.toUtf8().constData() << std::endl;
         return QByteArray();
     }
-    QByteArray bytes;
-    bytes.reserve(8 + raster.dots.size());
-    for (const char byte : {GS, RASTER_IMAGE, RASTER_FORMAT, RASTER_NORMAL_SCALE})
-        bytes += byte;
-    for (const int value : {raster.bytesPerRow, raster.rows}) {
-        bytes += static_cast<char>(value & 0xFF);
-        bytes += static_cast<char>(value >> 8);
+    return rasterCommand(raster);
+}
+
+void EscPosPrinterDriver::printCodeSymbol(const CodeSymbol& symbol) {
+    if (!writable())
+        return;
+    QString why;
+    const int dotsPerModule = symbol.dotsPerModule(m_columns * LogoRaster::kDotsPerColumn, &why);
+    if (dotsPerModule == 0) {
+        CodeSymbol::reportUnprinted(symbol.type == CodeSymbol::Type::QrCode
+                                        ? QStringLiteral("qrcode")
+                                        : QStringLiteral("barcode"),
+                                    symbol.data, why);
+        return;
     }
-    return bytes + raster.dots;
+    if (m_lineOpen)
+        println(QString()); // a symbol starts at the beginning of a line
+    // Centred plain text for the symbol and its digits; the document's own style afterwards.
+    const Style style = m_style;
+    m_style = Style();
+    m_style.centred = true;
+    applyStyle();
+    if (m_rasterCodes)
+        printRasterSymbol(symbol, dotsPerModule);
+    else
+        printNativeSymbol(symbol, dotsPerModule);
+    m_style = style;
+}
+
+void EscPosPrinterDriver::printNativeSymbol(const CodeSymbol& symbol, int dotsPerModule) {
+    if (symbol.type == CodeSymbol::Type::QrCode) {
+        // Model 2, the module size, the error correction, the data, then print it, with the quiet
+        // zone a phone's camera needs above and below.
+        const char quiet = static_cast<char>(CodeSymbol::kQuietModules * dotsPerModule);
+        const char level = static_cast<char>(QR_LEVEL_L + QByteArray("LMQH").indexOf(symbol.level));
+        const int stored = static_cast<int>(symbol.data.size()) + 3; // cn, fn and m come first
+        command({ESC, FEED_DOTS, quiet});
+        command({GS, SYMBOL, SYMBOL_FUNCTION, 4, 0, SYMBOL_QR, QR_MODEL, QR_MODEL_2, 0});
+        command({GS, SYMBOL, SYMBOL_FUNCTION, 3, 0, SYMBOL_QR, QR_MODULE_SIZE,
+                 static_cast<char>(dotsPerModule)});
+        command({GS, SYMBOL, SYMBOL_FUNCTION, 3, 0, SYMBOL_QR, QR_ERROR_CORRECTION, level});
+        command({GS, SYMBOL, SYMBOL_FUNCTION, static_cast<char>(stored & 0xFF),
+                 static_cast<char>(stored >> 8), SYMBOL_QR, QR_STORE, QR_DATA_MODE});
+        writeBytes(symbol.data);
+        command({GS, SYMBOL, SYMBOL_FUNCTION, 3, 0, SYMBOL_QR, QR_PRINT, QR_DATA_MODE});
+        command({ESC, FEED_DOTS, quiet});
+        return;
+    }
+    static const struct {
+        CodeSymbol::Type type;
+        char m;
+    } kBarcodes[] = {{CodeSymbol::Type::Ean13, BARCODE_EAN13},
+                     {CodeSymbol::Type::Ean8, BARCODE_EAN8},
+                     {CodeSymbol::Type::UpcA, BARCODE_UPCA},
+                     {CodeSymbol::Type::Code39, BARCODE_CODE39},
+                     {CodeSymbol::Type::Code128, BARCODE_CODE128}};
+    char m = 0;
+    for (const auto& row : kBarcodes)
+        if (row.type == symbol.type)
+            m = row.m;
+    QByteArray data = symbol.data;
+    if (symbol.type == CodeSymbol::Type::Code128) {
+        data.replace(CODE128_SHIFT, QByteArray(2, CODE128_SHIFT));
+        data.prepend(QByteArray().append(CODE128_SHIFT).append(CODE128_SET_B));
+    }
+    command({GS, BARCODE_HEIGHT, static_cast<char>(symbol.height)});
+    command({GS, BARCODE_WIDTH, static_cast<char>(dotsPerModule)});
+    command({GS, BARCODE_TEXT, static_cast<char>(symbol.text)});
+    command({GS, BARCODE, m, static_cast<char>(data.size())});
+    writeBytes(data);
+}
+
+void EscPosPrinterDriver::printRasterSymbol(const CodeSymbol& symbol, int dotsPerModule) {
+    // Centred in the image itself: a printer without the symbol commands may not centre images.
+    const LogoRaster raster = symbol.raster(dotsPerModule, m_columns * LogoRaster::kDotsPerColumn);
+    if (symbol.type == CodeSymbol::Type::QrCode) {
+        const char quiet = static_cast<char>(CodeSymbol::kQuietModules * dotsPerModule);
+        command({ESC, FEED_DOTS, quiet});
+        writeBytes(rasterCommand(raster));
+        command({ESC, FEED_DOTS, quiet});
+        return;
+    }
+    const bool above =
+        symbol.text == CodeSymbol::Text::Above || symbol.text == CodeSymbol::Text::Both;
+    const bool below =
+        symbol.text == CodeSymbol::Text::Below || symbol.text == CodeSymbol::Text::Both;
+    if (above)
+        println(symbol.readable());
+    writeBytes(rasterCommand(raster));
+    if (below)
+        println(symbol.readable());
 }

@@ -2,8 +2,9 @@
 // 80 mm thermal printers most shops own. Text goes out in the configured code page, one byte per
 // printer cell, so every row keeps the width the layout gave it; bold, the taller "other dishes"
 // of a kitchen ticket, centring, the cut, the cash drawer and the shop's logo are the printer's
-// own commands (escposcodes.h). Chosen by pastrel.printer.model = escpos; its settings are the
-// pastrel.printer keys of docs/configuration.md.
+// own commands (escposcodes.h), and so are QR codes and barcodes, unless the printer lacks them.
+// Chosen by pastrel.printer.model = escpos; its settings are the pastrel.printer keys of
+// docs/configuration.md.
 #pragma once
 
 #include "printerdriver.h"
@@ -11,6 +12,8 @@
 #include <QByteArray>
 
 #include <initializer_list>
+
+struct LogoRaster;
 
 class EscPosPrinterDriver : public PrinterDriver {
 public:
@@ -41,6 +44,7 @@ public:
                         const QString& fourth) override;
     using PrinterDriver::printRowFiscal;
     void printLogo() override;
+    void printCodeSymbol(const CodeSymbol& symbol) override;
 
 private:
     // How text looks: bold, height (0 normal, up to 7: eight times as tall), centred.
@@ -58,6 +62,9 @@ private:
     // it applies to: a request the renderer takes back before printing costs no bytes.
     void applyStyle();
     QByteArray loadLogo() const;
+    // The printer's own commands for a symbol, and the image that stands in for them.
+    void printNativeSymbol(const CodeSymbol& symbol, int dotsPerModule);
+    void printRasterSymbol(const CodeSymbol& symbol, int dotsPerModule);
 
     int m_columns;
     char m_cut;         // m of GS V m n
@@ -65,6 +72,7 @@ private:
     char m_drawerOn;    // t1, in units of 2 ms
     char m_drawerOff;   // t2, in units of 2 ms
     QString m_logoPath; // empty: no logo
+    bool m_rasterCodes; // QR codes and barcodes drawn as images (pastrel.printer.qrcode = raster)
     bool m_started = false;
     Style m_style;           // asked for by the renderer
     Style m_printerStyle;    // what the printer is set to

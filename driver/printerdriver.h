@@ -40,6 +40,7 @@
 class PAConfiguration;
 class QFile;
 struct CodePage;
+struct CodeSymbol;
 class QTextStream;
 
 class PrinterDriver {
@@ -108,6 +109,9 @@ public:
     virtual void printSold(const QString& name, const Attributes& attributes);                 // 41
     virtual void printStatementOfAccount(const QString& name, const Attributes& attributes);   // 42
     virtual bool printDuplicate();                                                             // 43
+    // A QR code or barcode of the document, its data already checked: the printer's own
+    // symbol where it has one; here, for printers without, its text as a centred line.
+    virtual void printCodeSymbol(const CodeSymbol& symbol); // 44
 
     // Non-virtual members.
     void loadValues(const QString& doc);
@@ -193,6 +197,9 @@ private:
     enum class ColumnsHeader { Priced, AbstractOrder, Unpriced };
     void printColumnsHeaderOnce(ColumnsHeader kind);
     void printAddress(const QString& address);
+    // A qrcode or barcode element: its symbol, or, for data its symbology cannot hold, nothing
+    // and one line on standard error (printerdriver_codes.cpp).
+    void printCode(const QString& name, const Attributes& attributes);
     void printLabelLine(const char* label, const QString& text);
     // The rows several order documents share (printerdriver_rows.cpp).
     static QString variantSign(const QString& quantity);
