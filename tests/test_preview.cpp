@@ -155,4 +155,47 @@ TEST(Preview, DocumentEndToEnd) {
     EXPECT_TRUE(testsupport::readFile(pictures[2]).contains("<svg"));
 }
 
+// The preview's picture of a receipt read back by a decoder nobody here wrote (zbarimg, of
+// Debian's zbar-tools): every QR code and barcode gives its data back, drawn from the printer's
+// own commands as from the images a printer without them gets, on 80 mm and on 58 mm paper.
+TEST(Preview, CodesReadBackByADecoder) {
+    const QString document =
+        QStringLiteral(PASTREL_SOURCE_DIR "/tests/documents/codes/escpos-native/input.xml");
+    const QByteArrayList expected = {
+        "CODE-128:Buono {10}", "CODE-39:RESO-42",   "EAN-13:4006381333931",
+        "EAN-8:96385074",      "QR-Code:Tavolo 12", "QR-Code:https://pastrel.example/pay/118",
+        "UPC-A:036000291452"};
+    for (const int columns : {48, 32}) {
+        QImage pictures[2]; // native, raster
+        for (const bool raster : {false, true}) {
+            SCOPED_TRACE(testing::Message() << (raster ? "raster, " : "native, ") << columns);
+            const testsupport::TempHome home;
+            home.writeConfig(QStringLiteral("pastrel : { printer : { model = \"escpos\"; "
+                                            "columns = %1; qrcode = \"%2\"; }; };\n")
+                                 .arg(columns)
+                                 .arg(raster ? "raster" : "native")
+                                 .toUtf8());
+            const QString job = home.file(QStringLiteral("job.prn"));
+            testsupport::runPrint({document, job}, home.path());
+            const QByteArray bytes = testsupport::readFile(job);
+            EXPECT_EQ(bytes.contains("\x1d(k") || bytes.contains("\x1dk"), !raster);
+            EXPECT_EQ(bytes.contains("\x1dv0"), raster);
+            const QString picture = home.file(QStringLiteral("job.png"));
+            const testsupport::Run drawn = testsupport::runProgram(QStringLiteral(PASTREL_PREVIEW),
+                                                                   {job, picture}, home.path());
+            ASSERT_EQ(drawn.exitCode, 0) << drawn.err.toStdString();
+            const testsupport::Run read = testsupport::runProgram(
+                QStringLiteral("zbarimg"),
+                {QStringLiteral("-q"), QStringLiteral("-Supca.enable"), picture}, home.path());
+            ASSERT_TRUE(read.finished) << "zbarimg (Debian package zbar-tools) did not run";
+            QByteArrayList found = read.out.trimmed().split('\n');
+            std::sort(found.begin(), found.end());
+            EXPECT_EQ(found, expected);
+            pictures[raster] = QImage(picture);
+        }
+        // The same modules at the same places, the digits in the same cells.
+        EXPECT_EQ(pictures[0], pictures[1]) << columns;
+    }
+}
+
 } // namespace

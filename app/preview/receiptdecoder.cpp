@@ -462,8 +462,9 @@ private:
 
     // A barcode's digits, a line of the printer's font centred on the bars.
     void digits(const QString& text, int barsWidth) {
-        const int left =
-            offset(barsWidth, m_justification) + (barsWidth - int(text.size()) * kCellWidth) / 2;
+        // Half a dot to the right, as the printer's centring of a line of text rounds.
+        const int left = offset(barsWidth, m_justification) +
+                         (barsWidth - int(text.size()) * kCellWidth + 1) / 2;
         for (qsizetype i = 0; i < text.size(); ++i) {
             PaperCell cell;
             cell.character = text.at(i).unicode();
