@@ -29,7 +29,8 @@
 // document heads and the section elements every method offers first (printerdriver_headers.cpp);
 // descriptionRow, the column heading and the separator (printerdriver_columns.cpp); the dish,
 // variant and total rows used by several documents (printerdriver_rows.cpp); opening the output,
-// the settings and the helpers (printerdriver.cpp). docs/documents.md describes every document
+// the settings and the helpers (printerdriver.cpp); the qrcode and barcode elements
+// (printerdriver_codes.cpp, codesymbol.h). docs/documents.md describes every document
 // for the programs that write them.
 #pragma once
 
