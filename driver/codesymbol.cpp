@@ -48,8 +48,12 @@ char checkDigit(const QByteArray& digits) {
     return static_cast<char>('0' + (10 - sum % 10) % 10);
 }
 
-QString quoted(const QByteArray& bytes) {
-    return QLatin1Char('"') + QString::fromUtf8(bytes) + QLatin1Char('"');
+// A character of the data as a message shows it: quoted, or its code when it would not show.
+QString shown(QChar c) {
+    const char16_t u = c.unicode();
+    if (u < ' ' || u == 0x7f || c.isSurrogate())
+        return QStringLiteral("U+%1").arg(int(u), 4, 16, QLatin1Char('0')).toUpper();
+    return QLatin1Char('"') + c + QLatin1Char('"');
 }
 
 // A whole number from low to high, or -1.
@@ -61,9 +65,9 @@ int number(const QString& text, int low, int high) {
 
 bool checkData(const Symbology& s, QByteArray* data, QString* why) {
     if (s.digits > 0) {
-        for (const char c : std::as_const(*data))
-            if (c < '0' || c > '9') {
-                *why = QStringLiteral("%1 is not a digit").arg(quoted(QByteArray(1, c)));
+        for (const QChar c : QString::fromUtf8(*data))
+            if (c < QLatin1Char('0') || c > QLatin1Char('9')) {
+                *why = QStringLiteral("%1 is not a digit").arg(shown(c));
                 return false;
             }
         if (data->size() != s.digits && data->size() != s.digits + 1) {
@@ -92,11 +96,7 @@ bool checkData(const Symbology& s, QByteArray* data, QString* why) {
                                      (u > 0 && u < 0x80 && std::strchr(kCode39Signs, char(u)))
                                : u >= ' ' && u <= '~';
         if (!holds) {
-            *why = QStringLiteral("%1 cannot hold %2")
-                       .arg(QLatin1String(s.name),
-                            u < ' ' || u == 0x7f || c.isSurrogate()
-                                ? QStringLiteral("U+%1").arg(int(u), 4, 16, QLatin1Char('0'))
-                                : QLatin1Char('"') + c + QLatin1Char('"'));
+            *why = QStringLiteral("%1 cannot hold %2").arg(QLatin1String(s.name), shown(c));
             return false;
         }
     }
