@@ -122,6 +122,26 @@ TEST(Preview, LogoDrawnDotForDot) {
     EXPECT_EQ(count(image, 12, 0, 4, 3), 4 * 3);
 }
 
+// Symbol commands a printer refuses draw no symbol: their bytes show as unknown cells.
+TEST(Preview, RefusedSymbolCommandsShowTheirBytes) {
+    const QByteArray jobs[] = {
+        bytes("\x1b@\x1dkC\x0d"
+              "4006381333932"),      // EAN-13 with a wrong check digit
+        bytes("\x1b@\x1dkI\x03{Ca"), // Code 128 in code set C
+        bytes("\x1b@\x1dkF\x02"
+              "12"),                              // ITF, not drawn
+        bytes("\x1b@\x1d(k\x03\x00\x31\x43\x11"), // QR module of 17 dots
+        bytes("\x1b@\x1d(k\x03\x00\x31Q0"),       // QR print with nothing stored
+    };
+    for (const QByteArray& job : jobs) {
+        const Paper paper = ReceiptDecoder::decode(job);
+        EXPECT_TRUE(paper.rasters.isEmpty()) << job.toHex().toStdString();
+        EXPECT_TRUE(std::any_of(paper.cells.cbegin(), paper.cells.cend(),
+                                [](const PaperCell& cell) { return cell.unknown; }))
+            << job.toHex().toStdString();
+    }
+}
+
 // The document as pastrel-print renders it and its bytes draw the same picture, in which the
 // end of the receipt is cut and opens the drawer.
 TEST(Preview, DocumentEndToEnd) {
