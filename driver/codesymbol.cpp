@@ -38,8 +38,6 @@ const Symbology* symbology(CodeSymbol::Type type) {
 // which the printer adds).
 constexpr char kCode39Signs[] = " -.$/+%";
 
-const char* const kLevels = "LMQH";
-
 // The retail codes' check digit: from the rightmost data digit leftwards, weights 3, 1, 3, ...
 char checkDigit(const QByteArray& digits) {
     int sum = 0, weight = 3;
@@ -130,13 +128,14 @@ bool CodeSymbol::fromElement(const QString& name, const QXmlStreamAttributes& at
         const QString level = attributes.value(QLatin1String("level")).toString();
         if (!level.isEmpty()) {
             const qsizetype index =
-                level.size() == 1 ? QByteArray(kLevels).indexOf(level.at(0).toUpper().toLatin1())
-                                  : -1;
+                level.size() == 1
+                    ? QByteArray(CodeSymbol::kLevels).indexOf(level.at(0).toUpper().toLatin1())
+                    : -1;
             if (index < 0) {
                 *why = QStringLiteral("level \"%1\" is not L, M, Q or H").arg(level);
                 return false;
             }
-            symbol->level = kLevels[index];
+            symbol->level = CodeSymbol::kLevels[index];
         }
         const QString size = attributes.value(QLatin1String("size")).toString();
         if (!size.isEmpty() && (symbol->moduleSize = number(size, 1, kMaxModuleSize)) < 0) {
@@ -200,7 +199,7 @@ bool CodeSymbol::encode(QString* why) {
         return false;
     }
     if (type == Type::QrCode) {
-        const qsizetype index = QByteArray(kLevels).indexOf(level);
+        const qsizetype index = QByteArray(CodeSymbol::kLevels).indexOf(level);
         // Longer than any QR code holds: not handed to the encoder at all.
         std::unique_ptr<QRcode, QrDeleter> code(
             data.size() > kMaxQrBytes || data.contains('\0') || index < 0

@@ -25,6 +25,9 @@ struct CodeSymbol {
     static constexpr int kAutoModuleSize = 6; // 0.75 mm: read by any phone at arm's length
     static constexpr int kMinAutoModuleSize = 2;
     static constexpr int kQuietModules = 4; // blank paper above and below a QR code
+    // The error correction levels, from the lowest: their order is their number to the printer
+    // and to the encoder.
+    static constexpr char kLevels[] = "LMQH";
     // Barcodes: the bar height and the width of the narrowest bar, in dots.
     static constexpr int kMaxHeight = 255;
     static constexpr int kDefaultHeight = 80; // 10 mm

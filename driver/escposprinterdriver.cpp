@@ -290,17 +290,21 @@ void EscPosPrinterDriver::printNativeSymbol(const CodeSymbol& symbol, int dotsPe
         // Model 2, the module size, the error correction, the data, then print it, with the quiet
         // zone a phone's camera needs above and below.
         const char quiet = static_cast<char>(CodeSymbol::kQuietModules * dotsPerModule);
-        const char level = static_cast<char>(QR_LEVEL_L + QByteArray("LMQH").indexOf(symbol.level));
-        const int stored = static_cast<int>(symbol.data.size()) + 3; // cn, fn and m come first
+        const char level =
+            static_cast<char>(QR_LEVEL_L + QByteArray(CodeSymbol::kLevels).indexOf(symbol.level));
+        // GS ( k pL pH, then cn, fn and the parameters, pL + 256 pH of them in all.
+        const auto function = [this](char fn, const QByteArray& parameters) {
+            const qsizetype length = 2 + parameters.size();
+            command({GS, SYMBOL, SYMBOL_FUNCTION, static_cast<char>(length & 0xFF),
+                     static_cast<char>(length >> 8), SYMBOL_QR, fn});
+            writeBytes(parameters);
+        };
         command({ESC, FEED_DOTS, quiet});
-        command({GS, SYMBOL, SYMBOL_FUNCTION, 4, 0, SYMBOL_QR, QR_MODEL, QR_MODEL_2, 0});
-        command({GS, SYMBOL, SYMBOL_FUNCTION, 3, 0, SYMBOL_QR, QR_MODULE_SIZE,
-                 static_cast<char>(dotsPerModule)});
-        command({GS, SYMBOL, SYMBOL_FUNCTION, 3, 0, SYMBOL_QR, QR_ERROR_CORRECTION, level});
-        command({GS, SYMBOL, SYMBOL_FUNCTION, static_cast<char>(stored & 0xFF),
-                 static_cast<char>(stored >> 8), SYMBOL_QR, QR_STORE, QR_DATA_MODE});
-        writeBytes(symbol.data);
-        command({GS, SYMBOL, SYMBOL_FUNCTION, 3, 0, SYMBOL_QR, QR_PRINT, QR_DATA_MODE});
+        function(QR_MODEL, QByteArray().append(QR_MODEL_2).append('\0'));
+        function(QR_MODULE_SIZE, QByteArray(1, static_cast<char>(dotsPerModule)));
+        function(QR_ERROR_CORRECTION, QByteArray(1, level));
+        function(QR_STORE, QR_DATA_MODE + symbol.data);
+        function(QR_PRINT, QByteArray(1, QR_DATA_MODE));
         command({ESC, FEED_DOTS, quiet});
         return;
     }

@@ -421,7 +421,7 @@ private:
         case EP::QR_ERROR_CORRECTION:
             if (parameters.size() != 1 || n < EP::QR_LEVEL_L || n > EP::QR_LEVEL_L + 3)
                 return false;
-            m_qrLevel = "LMQH"[n - EP::QR_LEVEL_L];
+            m_qrLevel = CodeSymbol::kLevels[n - EP::QR_LEVEL_L];
             return true;
         case EP::QR_STORE:
             if (parameters.isEmpty() || n != EP::QR_DATA_MODE)
