@@ -1,11 +1,12 @@
 #include "codesymbol.h"
 
+#include "diagnostics.h"
+
 #include <qrencode.h>
 #include <zint.h>
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 #include <memory>
 
 namespace {
@@ -323,12 +324,11 @@ QString CodeSymbol::typeName() const {
 void CodeSymbol::reportUnprinted(const QString& name, const QByteArray& data, const QString& why) {
     // Enough of the data to find the element; control bytes do not reach the terminal.
     constexpr int kShown = 40;
-    QString shown = QString::fromUtf8(data.left(kShown * 4)).left(kShown);
-    for (QChar& c : shown)
+    QString excerpt = QString::fromUtf8(data.left(kShown * 4)).left(kShown);
+    for (QChar& c : excerpt)
         if (c.unicode() < 0x20 || c.unicode() == 0x7f)
             c = QLatin1Char('?');
-    if (shown.size() < QString::fromUtf8(data).size())
-        shown += QLatin1String("...");
-    std::cerr << "pastrel-print: no " << name.toUtf8().constData() << " printed for \""
-              << shown.toUtf8().constData() << "\": " << why.toUtf8().constData() << std::endl;
+    if (excerpt.size() < QString::fromUtf8(data).size())
+        excerpt += QLatin1String("...");
+    Diagnostics::warn(QStringLiteral("no %1 printed for \"%2\": %3").arg(name, excerpt, why));
 }

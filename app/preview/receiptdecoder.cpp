@@ -36,6 +36,8 @@ enum class Action {
     CompanyCut,
     CompanyPulse,
     CompanyDrawer,
+    CancelDoubleByte,
+    Font,
 };
 
 // A command as the printer recognises it: the bytes that name it and how many parameter bytes
@@ -68,6 +70,8 @@ const Command kEscPosCommands[] = {
     {{EP::GS, EP::BARCODE}, 2, kCounted, Action::Barcode},
     {{EP::GS, EP::SYMBOL, EP::SYMBOL_FUNCTION}, 3, kCounted, Action::QrCode},
     {{EP::DLE, EP::EOT}, 2, 1, Action::StatusQuery},
+    {{EP::FS, EP::CANCEL_KANJI}, 2, 0, Action::CancelDoubleByte},
+    {{EP::ESC, EP::FONT}, 2, 1, Action::Font},
 };
 
 const Command kCompanyCommands[] = {
@@ -331,6 +335,14 @@ private:
         case Action::CompanyDrawer:
             m_paper.drawers.append({m_y, QStringLiteral("drawer")});
             return true;
+        case Action::CancelDoubleByte:
+            return true; // single-byte text, as the preview always reads it
+        case Action::Font: {
+            // The condensed font's rows are drawn in the one font of the preview: their letters
+            // are all there, only wider than on paper.
+            const int font = n >= '0' ? n - '0' : n;
+            return font == EP::FONT_NORMAL || font == EP::FONT_CONDENSED;
+        }
         }
         return false;
     }
