@@ -18,6 +18,9 @@ PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-to
 PACKAGES += dpkg-dev file man-db groff-base pkgconf
 # pastrel-preview: its fonts and the SVG writer.
 PACKAGES += fonts-dejavu-core qt6-svg-dev
+# QR codes and barcodes: their encoders (libqrencode, zint), and the decoder the tests read
+# the preview's pictures back with (zbarimg).
+PACKAGES += libqrencode-dev libzint-dev zbar-tools
 
 .PHONY: all deps configure build run test bench package sanitize fuzz fuzz-coverage clean
 

@@ -14,7 +14,7 @@ file(RELATIVE_PATH PASTREL_PC_TO_PREFIX /prefix/${PASTREL_PKGCONFIG_DIR} /prefix
 string(REGEX REPLACE "/$" "" PASTREL_PC_TO_PREFIX "${PASTREL_PC_TO_PREFIX}")
 
 # pastrel_install_library(<component> <target> <pkg-config name> <pkg-config requires>
-#                         <headers folder or ""> <description>)
+#                         <headers folder or ""> <description> [<libraries without pkg-config>])
 # Installs the static library of <target> as Pastrel::<component>, in its own export file so
 # that find_package(Pastrel COMPONENTS ...) loads only what is asked for.
 function(pastrel_install_library component target pc_name pc_requires headers description)
@@ -31,6 +31,7 @@ function(pastrel_install_library component target pc_name pc_requires headers de
     set(PC_DESCRIPTION "${description}")
     set(PC_REQUIRES "${pc_requires}")
     set(PC_LIBRARY ${target})
+    list(JOIN ARGN " " PC_LIBS)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/pastrel.pc.in
                    ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc DESTINATION ${PASTREL_PKGCONFIG_DIR})
@@ -45,7 +46,7 @@ pastrel_install_library(Log pastrel_log pastrel-log "pastrel-conf Qt6Core" log
 pastrel_install_library(Lib pastrel_lib pastrel-lib "pastrel-log pastrel-conf Qt6Sql Qt6Widgets" lib
     "The suite's utility class and PostgreSQL helper")
 pastrel_install_library(Driver pastrel_driver pastrel-driver "pastrel-conf Qt6Core" driver
-    "The receipt-printer document renderer of pastrel-print")
+    "The receipt-printer document renderer of pastrel-print" -lqrencode -lzint)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/PastrelConfig.cmake.in
     ${PROJECT_BINARY_DIR}/PastrelConfig.cmake INSTALL_DESTINATION ${PASTREL_CMAKE_DIR})
