@@ -36,7 +36,7 @@ const char kHelp[] =
     "  test-page [--drawer] OUTPUT  print a test page (model, columns, code page, a\n"
     "                  ruler, the Italian letters and the euro sign, bold and tall text,\n"
     "                  the cut) on a file, a /dev node or socket://HOST[:PORT]; --drawer\n"
-    "                  also opens the cash drawer"
+    "                  also opens the cash drawer\n"
     "  --help, --version\n"
     "See pastrel-config(1).";
 
@@ -57,12 +57,16 @@ bool hasDisplay() {
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
-// The words after the command: the one option it allows (anywhere), and the single other word.
+// The words after the command: the one option it allows (anywhere, once), and the single other
+// word. Another word starting with "--" is a mistyped option, not a file name.
 bool optionAndWord(int argc, char** argv, const char* option, bool* given, QString* word) {
     int words = 0;
     for (int i = 2; i < argc; ++i) {
-        if (QByteArray(argv[i]) == option && !*given) {
+        const QByteArray argument(argv[i]);
+        if (argument == option && !*given) {
             *given = true;
+        } else if (argument.startsWith("--")) {
+            return false;
         } else {
             *word = QFile::decodeName(argv[i]);
             ++words;
