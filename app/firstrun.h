@@ -2,7 +2,7 @@
 // installed sample for the printer model to $HOME/.pastrel/conf/pastrel.conf, so that a new till
 // prints right away and the installer only changes what differs (docs/setting-up-a-till.md).
 //
-// Choices (docs/configuration.md, "Starting a till"):
+// Choices (docs/setting-up-a-till.md):
 //  - The models are a table (firstrun.cpp): a name, the sample file it starts from and a line
 //    for `init --list`; a new printer model is one row there and one sample in examples/conf/.
 //  - The samples are found from the program's own folder: <bindir>/../share/pastrel/examples,
