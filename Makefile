@@ -18,8 +18,8 @@ PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-to
 # The Debian package and its test: dpkg-shlibdeps computes its dependencies (dpkg-dev, file);
 # the manual pages are rendered with man -l and groff; the consumer test builds with pkg-config.
 PACKAGES += dpkg-dev file man-db groff-base pkgconf
-# The packages' test checks them as Debian does.
-PACKAGES += lintian
+# The packages' test checks them as Debian does, and the spool's timer as systemd reads it.
+PACKAGES += lintian systemd
 # pastrel-preview: its fonts and the SVG writer.
 PACKAGES += fonts-dejavu-core qt6-svg-dev
 

@@ -3,10 +3,11 @@
 # (as `make package` does, into a folder of its own), checks them as Debian does (lintian: no
 # error, no warning), unpacks both into one scratch root with dpkg-deb and checks what a shop and
 # a programmer get: each file in its package and folder, the computed dependencies, compressed
-# manual pages that render, the completion of pastrel-config's commands, the unpacked programs
-# working on the unpacked samples; and a till's first run on it: `pastrel-config init
-# escpos-80mm`, then a sample receipt and the test page to the printer stand-in STANDIN (a
-# program around tests/support/printerstandin.h) on 127.0.0.1, checking what arrives.
+# manual pages that render, the completion of pastrel-config's commands, the spool's systemd
+# units as systemd reads them, the unpacked programs working on the unpacked samples; and a
+# till's first run on it: `pastrel-config init escpos-80mm`, then a sample kitchen order and the
+# test page to the printer stand-in STANDIN (a program around tests/support/printerstandin.h) on
+# 127.0.0.1, checking what arrives.
 set -euo pipefail
 build=$(realpath "$1")
 source=$(realpath "$2")
@@ -84,6 +85,18 @@ complete_words() {
 [ "$(complete_words pastrel-config te)" = "test-page" ] || fail "completion of te: $(complete_words pastrel-config te)"
 [ "$(complete_words pastrel-config init escpos)" = "escpos-58mm escpos-80mm" ] ||
     fail "completion of init escpos: $(complete_words pastrel-config init escpos)"
+
+# The spool's timer and service as systemd reads them, the service naming the unpacked program.
+units="$work/units"
+mkdir -p "$units" "$work/runtime"
+chmod 700 "$work/runtime"
+sed "s|/usr/bin/|$root/usr/bin/|" "$root/usr/lib/systemd/user/pastrel-spool.service" >"$units/pastrel-spool.service"
+cp "$root/usr/lib/systemd/user/pastrel-spool.timer" "$units/"
+grep -qx 'ExecStart=/usr/bin/pastrel-config spool send' "$root/usr/lib/systemd/user/pastrel-spool.service" ||
+    fail "the service does not run pastrel-config spool send"
+XDG_RUNTIME_DIR="$work/runtime" systemd-analyze verify --user --man=no \
+    "$units/pastrel-spool.timer" "$units/pastrel-spool.service" >"$work/verify.log" 2>&1 ||
+    { cat "$work/verify.log"; fail "systemd-analyze verify"; }
 
 # The samples name the catalogue folder of the installed system; here it is in the scratch root.
 samples="$root/usr/share/pastrel/examples"
