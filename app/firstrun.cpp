@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <iostream>
 #include <unistd.h>
 
@@ -120,6 +121,13 @@ int initConfiguration(const QString& name, bool force) {
     }
     if (force)
         fresh.setAutoRemove(false); // renamed: nothing left to remove
+    // The folder's new entry on the disk too, so that a till switched off right after init
+    // finds the file after the restart.
+    const int folderFd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY);
+    if (folderFd >= 0) {
+        ::fsync(folderFd);
+        ::close(folderFd);
+    }
     std::cout << QFile::encodeName(configured).constData() << ": started from the " << model->name
               << " sample\n"
                  "next: pastrel-config test-page PRINTER prints a test page on the till's printer"
