@@ -71,6 +71,11 @@ root="$work/root"
 dpkg-deb -x "$programs" "$root"
 dpkg-deb -x "$dev" "$root"
 
+# The static libraries without their debug information (lintian checks the programs).
+for library in "$root/usr/lib/$multiarch"/*.a; do
+    ! readelf -S --wide "$library" | grep -q '\.debug_info' || fail "$library keeps its debug information"
+done
+
 for page in "$root"/usr/share/man/man1/*.1.gz; do
     warnings=$(zcat "$page" | groff -man -Tutf8 -ww -z 2>&1)
     [ -z "$warnings" ] || fail "$page: $warnings"
