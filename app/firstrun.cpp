@@ -1,5 +1,6 @@
 #include "firstrun.h"
 
+#include "diagnostics.h"
 #include "paconfiguration.h"
 
 #include <QByteArray>
@@ -32,7 +33,7 @@ constexpr PrinterModel kModels[] = {
 };
 
 void complain(const QString& text) {
-    std::cerr << "pastrel-config: " << QFile::encodeName(text).constData() << std::endl;
+    Diagnostics::warn(text);
 }
 
 const PrinterModel* findModel(const QString& name) {

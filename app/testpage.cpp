@@ -3,9 +3,12 @@
 #include "codepage.h"
 #include "companyprinterdriver.h"
 #include "controlcodes.h"
+#include "diagnostics.h"
 #include "escposprinterdriver.h"
 #include "outputjob.h"
 #include "paconfiguration.h"
+#include "printerbackends.h"
+#include "printerprofile.h"
 #include "syncsingleton.h"
 
 #include <QFile>
@@ -15,17 +18,16 @@
 namespace {
 
 // A back-end with what the test page needs from it beyond the renderer's operations: the code
-// page in use, whether the output took every byte, and the drawer asked for as a document's
-// openCashDrawer setting asks for it.
+// page in use, and the drawer asked for as a document's openCashDrawer setting asks for it.
 template <class Backend> class TestPageDriver : public Backend {
 public:
-    TestPageDriver(const QByteArray& path, bool drawer) : Backend(path, false) {
+    TestPageDriver(QIODevice* device, const PrinterProfile& profile, bool drawer)
+        : Backend(device, profile) {
         this->m_openCashDrawer = drawer;
     }
     QString codePageName() const {
         return this->codePage() ? QLatin1String(this->codePage()->name) : QStringLiteral("UTF-8");
     }
-    bool written() const { return this->writable(); }
     void finish();
 };
 
@@ -60,16 +62,17 @@ QString ruler(int columns) {
     return line;
 }
 
+// Lays the page out on device; false when a write failed.
 template <class Backend>
-bool printPage(const QByteArray& path, const QString& model, bool drawer, OutputJob& job) {
-    TestPageDriver<Backend> driver(path, drawer);
+bool printPage(QIODevice* device, const PrinterProfile& profile, const char* model, bool drawer) {
+    TestPageDriver<Backend> driver(device, profile, drawer);
     const int columns = static_cast<int>(driver.getPaperWidth());
     driver.reset();
     driver.setCenterJustify();
     driver.setBold();
     driver.println(QStringLiteral("PASTREL TEST PAGE"));
     driver.setCharSize();
-    driver.println(QStringLiteral("Model: ") + model);
+    driver.println(QStringLiteral("Model: ") + QLatin1String(model));
     driver.println(QStringLiteral("Columns: ") + QString::number(columns));
     driver.println(QStringLiteral("Code page: ") + driver.codePageName());
     driver.println(ruler(columns));
@@ -81,40 +84,53 @@ bool printPage(const QByteArray& path, const QString& model, bool drawer, Output
     driver.println(QStringLiteral("Tall text"));
     driver.setCharSize();
     driver.finish();
-    job.setDocumentPrinter(driver.printerIpAddress(), driver.printerPort());
-    return driver.written();
+    return driver.flush();
 }
+
+// The printers the page is laid out for: those whose back-end writes the bytes the job delivers.
+struct PagePrinter {
+    const char* model; // as the back-ends' table names it
+    bool (*print)(QIODevice* device, const PrinterProfile& profile, const char* model, bool drawer);
+};
+constexpr PagePrinter kPagePrinters[] = {
+    {"company", &printPage<CompanyPrinterDriver>},
+    {"escpos", &printPage<EscPosPrinterDriver>},
+};
 
 } // namespace
 
 int printTestPage(const QString& output, bool drawer) {
-    PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
-    // The back-end as pastrel-print chooses it: escpos, else the company printer.
-    QString model = configuration->getStrValue(QStringLiteral("pastrel.printer.model")).trimmed();
-    const bool escpos = model.compare(QLatin1String("escpos"), Qt::CaseInsensitive) == 0;
-    if (!escpos && !model.isEmpty() &&
-        model.compare(QLatin1String("company"), Qt::CaseInsensitive) != 0)
-        std::cerr << "pastrel-config: unknown pastrel.printer.model \""
-                  << model.toUtf8().constData()
-                  << "\" (company or escpos); the test page is for the company printer"
-                  << std::endl;
-    model = escpos ? QStringLiteral("escpos") : QStringLiteral("company");
-
-    OutputJob job(output);
-    const QByteArray path = QFile::encodeName(job.renderPath());
-    const bool written = escpos ? printPage<EscPosPrinterDriver>(path, model, drawer, job)
-                                : printPage<CompanyPrinterDriver>(path, model, drawer, job);
-    if (!written) {
-        std::cerr << "pastrel-config: no test page: cannot write "
-                  << QFile::encodeName(output).constData() << std::endl;
+    const PrinterProfile profile =
+        PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
+    // The back-end as pastrel-print chooses it (an unknown model: the company printer, said on
+    // standard error).
+    const PrinterBackend& backend = PrinterBackends::choose(profile);
+    const PagePrinter* printer = nullptr;
+    for (const PagePrinter& known : kPagePrinters) {
+        if (qstrcmp(known.model, backend.model) == 0)
+            printer = &known;
+    }
+    if (printer == nullptr || backend.deliver) {
+        Diagnostics::warn(QStringLiteral("no test page for the %1 printer; pastrel-config check "
+                                         "checks its settings")
+                              .arg(QLatin1String(backend.model)));
         return 1;
     }
-    if (!job.deliver()) {
-        std::cerr << "pastrel-config: the test page waits in the spool; pastrel-config spool send "
-                     "prints it once the printer is back"
-                  << std::endl;
+    const QByteArray nativeOutput = QFile::encodeName(output);
+    OutputJob job(nativeOutput, DeliverySettings::fromProfile(profile, backend.answersStatus));
+    QIODevice* device = job.open();
+    if (device == nullptr) {
+        Diagnostics::warn("no test page: cannot write " + nativeOutput);
         return 1;
     }
-    std::cout << "test page sent to " << QFile::encodeName(output).constData() << std::endl;
+    const bool written = printer->print(device, profile, printer->model, drawer);
+    if (!job.finish(written)) {
+        Diagnostics::warn("the test page waits in the spool; pastrel-config spool send prints it "
+                          "once the printer is back");
+        return 1;
+    }
+    if (!written)
+        return 1; // the write error is on standard error
+    std::cout << "test page sent to " << nativeOutput.constData() << std::endl;
     return 0;
 }

@@ -75,7 +75,7 @@ TEST(ConfigToolInit, LeavesNothingBehindWhenTheFileCannotBeReplaced) {
 // The 80 mm sample's test page, written by hand: 48 columns, PC858 (à 85, è 8A, é 82, ì 8D,
 // ò 95, ù 97, À B7, È D4, É 90, Ì DE, Ò E3, Ù EB, € D5), the partial cut GS V 66 0.
 const QByteArray kEscPosPage =
-    QByteArray("\x1b@\x1bR\x00\x1bt\x13", 8) + // init, USA, PC858
+    QByteArray("\x1b@\x1c.\x1bR\x00\x1bt\x13", 10) + // init, no double-byte mode, USA, PC858
     QByteArray("\x1b"
                "E\x01\x1b"
                "a\x01"
