@@ -2,6 +2,7 @@
 
 #include "codepage.h"
 #include "config.h"
+#include "filereplace.h"
 #include "knownkeys.h"
 #include "messagecatalogue.h"
 #include "paconfiguration.h"
@@ -19,7 +20,6 @@
 #include <QTranslator>
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 #include <vector>
 
@@ -38,13 +38,7 @@ void complain(const QString& text) {
 }
 
 std::vector<QDomAttr> sortedSettings(const QDomElement& element) {
-    const QDomNamedNodeMap map = element.attributes();
-    std::vector<QDomAttr> settings;
-    for (int i = 0; i < map.count(); ++i)
-        settings.push_back(map.item(i).toAttr());
-    std::sort(settings.begin(), settings.end(),
-              [](const QDomAttr& a, const QDomAttr& b) { return a.name() < b.name(); });
-    return settings;
+    return libconfig::Config::settings(element);
 }
 
 QList<QDomElement> childGroups(const QDomElement& element) {
@@ -83,29 +77,23 @@ QDomElement groupFor(QDomNode parent, const QString& name) {
     return group;
 }
 
-// Writes config's tree to path through a new file beside it that replaces it at once.
-bool replaceFile(libconfig::Config& config, const QString& path) {
-    const QFileInfo info(path);
-    const QString target = info.isSymLink() ? info.canonicalFilePath() : path;
-    const QString fresh = target + QLatin1String(".new");
-    QFile::remove(fresh);
-    // The old file's permissions before a byte is written: the file may hold the database
-    // password, and the writer creates files readable by everyone the umask allows.
-    if (QFile(fresh).open(QIODevice::WriteOnly) && QFileInfo::exists(target))
-        QFile::setPermissions(fresh, QFile::permissions(target));
-    config.buildConfigFile(fresh);
-    if (!QFileInfo(fresh).isFile() || QFileInfo(fresh).size() == 0) {
-        QFile::remove(fresh);
-        complain(QStringLiteral("cannot write ") + fresh);
-        return false;
-    }
-    if (std::rename(QFile::encodeName(fresh).constData(), QFile::encodeName(target).constData()) !=
-        0) {
-        QFile::remove(fresh);
-        complain(QStringLiteral("cannot replace ") + target);
-        return false;
-    }
-    return true;
+// The longest value the readers take whole: they keep 2047 bytes of a raw value, and the blank
+// and the opening double quote written before it count.
+constexpr int kMaxValueBytes = libconfig::Config::kMaxTokenBytes - 2;
+
+// Why the file just written at path would not give value for key to the readers, or the empty
+// text when it does: the last word on what the readers' limits let through.
+QString readBack(const QString& path, const QString& key, const QString& value) {
+    const libconfig::Config written(path, QStringLiteral("cfg"));
+    if (!written.readWhole())
+        return key + QStringLiteral(" would make the file larger than the readers read whole; "
+                                    "nothing changed");
+    const QString read = written.lookup(key);
+    if (read == value)
+        return QString();
+    return key + QStringLiteral(" would read back as \"") + read.left(40) +
+           QStringLiteral("\" (a name longer than the readers read, or an earlier group of the "
+                          "same path wins); nothing changed");
 }
 
 // ---- check
@@ -118,15 +106,20 @@ public:
         const QDomElement top = m_config.document()->documentElement();
         for (const QDomAttr& setting : sortedSettings(top))
             report(setting.name() + QLatin1String(": outside every group; nothing reads it"));
-        const QList<QDomElement> groups = childGroups(top);
+        // The readers take the first top-level group that holds anything; every other one, and
+        // every empty one, is read by nothing.
+        const QDomElement read = top.firstChildElement();
+        const QList<QDomElement>& groups = m_config.topLevelGroups();
         for (int i = 0; i < groups.size(); ++i) {
-            if (i == 0)
-                checkKeys(groups.at(0), groups.at(0).tagName());
+            const QString where = groups.at(i).tagName() + QLatin1String(" (top-level group ") +
+                                  QString::number(i + 1) + QLatin1String("): ");
+            if (groups.at(i) == read)
+                checkKeys(read, read.tagName());
+            else if (groups.at(i).parentNode().isNull())
+                report(where + QLatin1String("empty; nothing reads it"));
             else
-                report(groups.at(i).tagName() + QLatin1String(" (top-level group ") +
-                       QString::number(i + 1) +
-                       QLatin1String("): nothing reads it; only the first top-level group is "
-                                     "read"));
+                report(where + QLatin1String("nothing reads it; only the first top-level group "
+                                             "is read"));
         }
         checkCatalogue();
         checkPrinter();
@@ -180,7 +173,10 @@ private:
                                                QString::fromUtf8("s\xc3\xac"),
                                                QStringLiteral("enabled"),
                                                QStringLiteral("t")};
-        return kMeantTrue.contains(value.trimmed().toLower());
+        // The file is read byte by byte: "s\u00ec" typed in UTF-8 arrives as its two bytes.
+        const QString typed = QString::fromUtf8(value.toLatin1());
+        return kMeantTrue.contains(value.trimmed().toLower()) ||
+               kMeantTrue.contains(typed.trimmed().toLower());
     }
 
     QString value(const char* key) const { return m_config.lookup(QLatin1String(key)); }
@@ -239,10 +235,18 @@ private:
 } // namespace
 
 int showTree() {
-    const QDomDocument* document = SyncSingleton<PAConfiguration>::instance()->document();
+    const PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
+    const QDomDocument* document = configuration->document();
     const QDomElement top = document ? document->documentElement() : QDomElement();
-    if (!top.isNull())
-        printTree(top, QString());
+    if (top.isNull())
+        return 0;
+    // The top-level groups as the file holds them: an empty one is shown too, though no reader
+    // sees it.
+    printLatin1Line(top.tagName());
+    for (const QDomAttr& setting : sortedSettings(top))
+        printLatin1Line(kIndent + setting.name() + QLatin1String(" = ") + setting.value());
+    for (const QDomElement& group : configuration->topLevelGroups())
+        printTree(group, kIndent);
     std::cout.flush();
     return 0;
 }
@@ -257,21 +261,49 @@ int setSetting(const QString& key, const QString& value) {
         complain(QStringLiteral("a value cannot hold a semicolon or a double quote"));
         return 1;
     }
-    const QString path = PAConfiguration::configurationPath();
+    // Past these limits the readers would cut the value, or stop reading the file at the key
+    // and lose every setting after it.
+    if (fields.size() - 1 > libconfig::Config::kMaxGroupDepth) {
+        complain(key + QStringLiteral(": more than ") +
+                 QString::number(libconfig::Config::kMaxGroupDepth) +
+                 QStringLiteral(" groups deep; the readers stop there; nothing changed"));
+        return 1;
+    }
+    if (value.size() > kMaxValueBytes) {
+        complain(QStringLiteral("a value holds at most ") + QString::number(kMaxValueBytes) +
+                 QStringLiteral(" bytes; the readers cut a longer one; nothing changed"));
+        return 1;
+    }
+    const QString configured = PAConfiguration::configurationPath();
+    QString why;
+    QDir().mkpath(QFileInfo(configured).absolutePath());
+    const QString path = FileReplacer::target(configured, &why);
+    if (path.isEmpty()) {
+        complain(configured + QStringLiteral(": ") + why);
+        return 1;
+    }
+    // One run at a time reads, changes and replaces the file: two at once would each write the
+    // file without the other's change.
+    const FileReplacer::FolderLock lock(QFileInfo(path).absolutePath());
+    if (!lock.locked()) {
+        complain(lock.error());
+        return 1;
+    }
     const QFileInfo info(path);
-    if (info.exists() && !(info.isFile() && info.isReadable())) {
+    if (info.exists() && !info.isReadable()) {
         complain(QStringLiteral("cannot read ") + path);
         return 1;
     }
-    // A missing file (and folder) is first made empty, so that reading it reports nothing and
+    // A missing file reads as the empty /dev/null, without the message of a missing file, and
     // still gives the store a live tree: a copy of a QDomDocument that never made a node would
     // not share it.
-    if (!info.exists() &&
-        !(QDir().mkpath(info.absolutePath()) && QFile(path).open(QIODevice::WriteOnly))) {
-        complain(QStringLiteral("cannot create ") + path);
+    libconfig::Config config(info.exists() ? path : QStringLiteral("/dev/null"),
+                             QStringLiteral("cfg"));
+    if (!config.readWhole()) {
+        complain(path + QStringLiteral(" is larger than the readers read whole; saving it would "
+                                       "lose the rest; nothing changed"));
         return 1;
     }
-    libconfig::Config config(path, QStringLiteral("cfg"));
     QDomDocument document = *config.document(); // shares the tree
     QDomElement top = document.documentElement();
     if (top.isNull()) {
@@ -295,7 +327,13 @@ int setSetting(const QString& key, const QString& value) {
     for (int i = 1; i < fields.size() - 1; ++i)
         group = groupFor(group, fields.at(i));
     group.setAttribute(fields.last(), value);
-    return replaceFile(config, path) ? 0 : 1;
+    if (!FileReplacer::replace(path, config.configFileText(), &why, [&](const QString& written) {
+            return readBack(written, key, value);
+        })) {
+        complain(why);
+        return 1;
+    }
+    return 0;
 }
 
 int checkConfiguration() {

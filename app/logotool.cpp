@@ -1,5 +1,6 @@
 #include "logotool.h"
 
+#include "filereplace.h"
 #include "logoraster.h"
 #include "paconfiguration.h"
 #include "printerprofile.h"
@@ -8,10 +9,12 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
-#include <QSaveFile>
 
+#include <algorithm>
 #include <iostream>
 #include <vector>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -62,9 +65,16 @@ int convertLogo(const QString& imagePath, const QString& rasterPath) {
     const PrinterProfile profile =
         PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
     const int columns = profile.columns;
-    const int widthDots = columns * LogoRaster::kDotsPerColumn;
+    // A printer takes a raster of at most 1024 dots (85 columns): a wider printer gets a logo
+    // that wide, printed from its left edge.
+    const int widthDots =
+        std::min(columns * LogoRaster::kDotsPerColumn, LogoRaster::kMaxBytesPerRow * 8);
 
-    QImage image(imagePath);
+    // Only a regular file: the toolkit's reader would wait for ever on a FIFO named by mistake.
+    struct stat imageInfo {};
+    const bool regular = ::stat(QFile::encodeName(imagePath).constData(), &imageInfo) == 0 &&
+                         S_ISREG(imageInfo.st_mode);
+    QImage image = regular ? QImage(imagePath) : QImage();
     if (image.isNull()) {
         std::cerr << "pastrel-config: cannot read the image "
                   << QFile::encodeName(imagePath).constData() << std::endl;
@@ -84,10 +94,14 @@ int convertLogo(const QString& imagePath, const QString& rasterPath) {
         target = configurationFolder.filePath(configured.isEmpty() ? QStringLiteral("logo.raster")
                                                                    : configured);
     QDir().mkpath(QFileInfo(target).absolutePath());
-    QSaveFile file(target); // the printer never sees half a file
-    if (!file.open(QIODevice::WriteOnly) || file.write(raster.toFile()) < 0 || !file.commit()) {
-        std::cerr << "pastrel-config: cannot write " << QFile::encodeName(target).constData()
-                  << ": " << file.errorString().toLocal8Bit().constData() << std::endl;
+    // Replaced whole, and only a regular file: the printer never sees half a raster, and a
+    // printer's device node named by mistake stays.
+    QString why;
+    const QString file = FileReplacer::target(target, &why);
+    if (file.isEmpty())
+        why = target + QStringLiteral(": ") + why;
+    if (file.isEmpty() || !FileReplacer::replace(file, raster.toFile(), &why)) {
+        std::cerr << "pastrel-config: " << QFile::encodeName(why).constData() << std::endl;
         return 1;
     }
     std::cout << "pastrel-config: logo written to " << QFile::encodeName(target).constData() << ", "

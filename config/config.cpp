@@ -7,10 +7,14 @@
 #include <QHash>
 #include <QMutex>
 #include <QStringList>
+#include <QTextStream>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <vector>
+
+#include <sys/stat.h>
 
 namespace libconfig {
 
@@ -158,6 +162,7 @@ void Config::load(const QString& format) {
     m_groups = 0;
     m_settings = 0;
     m_limitReported = false;
+    m_topLevelGroups.clear();
     if (format == QLatin1String("cfg"))
         loadFile();
     else if (format == QLatin1String("xml"))
@@ -186,7 +191,13 @@ bool Config::openFile(const QString& path) {
 bool Config::openNativeFile(const QByteArray& path) {
     closeFile();
     m_input.clear();
-    m_input.open(path.toStdString(), std::ios::in | std::ios::binary);
+    // A FIFO (or socket) would hold the open until something writes to it: it is no
+    // configuration file, and reads as a missing one.
+    struct stat info {};
+    const bool waits =
+        ::stat(path.constData(), &info) == 0 && (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode));
+    if (!waits)
+        m_input.open(path.toStdString(), std::ios::in | std::ios::binary);
     // A folder opens like a file and fails only at the first read, where the stream buffer
     // throws: a file whose first byte cannot be read is an unreadable file, reported
     // with the same message (docs/robustness.md).
@@ -258,6 +269,8 @@ Config::Stop Config::readBody(QDomElement element, QDomNode parent, int depth) {
             if (++m_groups > kMaxGroups)
                 return limitReached("more groups than", kMaxGroups);
             QDomElement group = m_document->createElement(name);
+            if (depth == 0)
+                m_topLevelGroups.append(group);
             const Stop stop = readBody(group, element, depth + 1);
             if (stop == Stop::Limit)
                 return stop;
@@ -311,6 +324,35 @@ void Config::loadXmlFile() {
     m_document->appendChild(top);
     m_document->removeChild(first);
     file.close();
+}
+
+std::vector<QDomAttr> Config::settings(const QDomElement& element) {
+    // The toolkit lists attributes only by index, and each index walks its hash from the start.
+    // Its writer walks the hash once: the names are read back from a childless copy written as
+    // text, where a name runs to its "=" (no name holds one: the reader ends a name there) and a
+    // value between two double quotes (the writer escapes a double quote inside it).
+    std::vector<QDomAttr> result;
+    if (!element.hasAttributes())
+        return result;
+    QDomElement copy = element.cloneNode(false).toElement();
+    copy.setTagName(QStringLiteral("g"));
+    QString text;
+    QTextStream stream(&text);
+    copy.save(stream, 0);
+    stream.flush();
+    result.reserve(static_cast<std::size_t>(element.attributes().count()));
+    qsizetype at = 2; // after "<g"
+    while (at < text.size() && text.at(at) == QLatin1Char(' ')) {
+        const qsizetype equals = text.indexOf(QLatin1Char('='), at);
+        const qsizetype close = text.indexOf(QLatin1Char('"'), equals + 2);
+        if (equals < 0 || close < 0)
+            break;
+        result.push_back(QDomElement(element).attributeNode(text.mid(at + 1, equals - at - 1)));
+        at = close + 1;
+    }
+    std::sort(result.begin(), result.end(),
+              [](const QDomAttr& a, const QDomAttr& b) { return a.name() < b.name(); });
+    return result;
 }
 
 QString Config::lookup(const QString& key) const {

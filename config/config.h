@@ -15,6 +15,9 @@
 //  - A file is read up to kMaxFileBytes, kMaxGroups groups and kMaxSettings settings; past any
 //    of them the reading ends as at kMaxGroupDepth, and one line on standard error names the
 //    limit (docs/robustness.md). An endless file (/dev/zero) ends too.
+//  - settings() lists a group's settings sorted by name in time linear in their number (plus the
+//    sort): the toolkit's QDomNamedNodeMap::item(i) walks its hash from the start on every call,
+//    so listing 100,000 settings one index at a time took minutes.
 //  - Lookups go through an index of the tree built once after every load, so a lookup costs a
 //    few hash look-ups whatever the number of groups; the answers are those of lookup(node, key).
 //  - A path that opens but cannot be read (a folder) is reported by openFile() as a missing
@@ -25,11 +28,14 @@
 
 #include <QByteArray>
 #include <QDomDocument>
+#include <QDomElement>
 #include <QDomNode>
+#include <QList>
 #include <QString>
 
 #include <fstream>
 #include <memory>
+#include <vector>
 
 class QTextStream;
 class QTreeWidget;
@@ -85,14 +91,26 @@ public:
     void loadListView(QTreeWidgetItem* item, QDomDocument* document);
     void loadListView(QTreeWidgetItem* item, QDomNode parent);
     void buildConfigFile(const QString& path);
+    // The text buildConfigFile() writes for the "cfg" format, for a writer that checks every
+    // step of its own write (pastrel-config set).
+    QByteArray configFileText();
     void buildConfigXmlFile(const QString& path);
     void buildConfigFile(QDomNode node, QTextStream& out);
     void buildConfigXmlFile(QDomNode node, QTextStream& out);
     void printConfigTree();
     void printConfigTree(QDomNode node);
+    // An element's settings sorted by name (exact, case-sensitive), in linear time.
+    static std::vector<QDomAttr> settings(const QDomElement& element);
     // The tree (never null after constructor()), for pastrel-config's show and check.
     const QDomDocument* document() const { return m_document.get(); }
     const QString& fileName() const { return m_fileName; }
+    // False when the last load stopped at a limit (the rest of the file was not read): a writer
+    // that saved this tree would lose that rest.
+    bool readWhole() const { return !m_limitReported; }
+    // The top-level groups of the last "cfg" load in file order, empty ones too: the tree holds
+    // only groups with a setting or a group inside (a reader never sees an empty one), but a
+    // person reading the file sees them all.
+    const QList<QDomElement>& topLevelGroups() const { return m_topLevelGroups; }
 
 private:
     class Index;
@@ -116,6 +134,7 @@ private:
     int m_groups = 0;
     int m_settings = 0;
     bool m_limitReported = false;
+    QList<QDomElement> m_topLevelGroups;
     std::unique_ptr<Index> m_index; // built after each load; null: lookups walk the tree
 };
 

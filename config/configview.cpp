@@ -17,6 +17,7 @@
 #include "diagnostics.h"
 #include "paconfiguration.h"
 
+#include <QBuffer>
 #include <QDomElement>
 #include <QDomNamedNodeMap>
 #include <QFile>
@@ -43,14 +44,7 @@ QString columnLabel() {
 
 // An element's attributes in a stable order (see the header comment).
 std::vector<QDomAttr> sortedAttributes(const QDomElement& element) {
-    const QDomNamedNodeMap map = element.attributes();
-    std::vector<QDomAttr> attributes;
-    attributes.reserve(static_cast<std::size_t>(map.count()));
-    for (int i = 0; i < map.count(); ++i)
-        attributes.push_back(map.item(i).toAttr());
-    std::sort(attributes.begin(), attributes.end(),
-              [](const QDomAttr& a, const QDomAttr& b) { return a.name() < b.name(); });
-    return attributes;
+    return Config::settings(element);
 }
 
 // One setting of a saved "cfg" file: name, space, equals sign, space, double quote, value,
@@ -79,18 +73,24 @@ bool openWithoutTruncation(QFile& file, const QString& path) {
 // Writes one file: top-level settings as setting lines in both formats, then the top
 // element's first child only, through the format's element writer.
 template <class ElementWriter>
-void writeConfiguration(const QString& path, const QDomDocument* document,
+void writeConfiguration(QIODevice& device, const QDomDocument* document,
                         QStringConverter::Encoding encoding, ElementWriter writeElement) {
-    QFile file;
-    if (!openWithoutTruncation(file, path))
-        return; // nothing written, nothing reported
-    QTextStream out(&file);
+    QTextStream out(&device);
     out.setEncoding(encoding);
     const QDomElement top = document ? document->documentElement() : QDomElement();
     for (const QDomAttr& attribute : sortedAttributes(top))
         out << settingLine(attribute) << '\n';
     writeElement(top.firstChild(), out);
     out.flush();
+}
+
+template <class ElementWriter>
+void writeConfiguration(const QString& path, const QDomDocument* document,
+                        QStringConverter::Encoding encoding, ElementWriter writeElement) {
+    QFile file;
+    if (!openWithoutTruncation(file, path))
+        return; // nothing written, nothing reported
+    writeConfiguration(file, document, encoding, writeElement);
     file.close();
 }
 
@@ -200,6 +200,15 @@ void Config::buildConfigFile(const QString& path) {
     writeConfiguration(path.isEmpty() ? m_fileName : path, m_document.get(),
                        QStringConverter::Latin1,
                        [this](QDomNode node, QTextStream& out) { buildConfigFile(node, out); });
+}
+
+QByteArray Config::configFileText() {
+    QByteArray text;
+    QBuffer buffer(&text);
+    buffer.open(QIODevice::WriteOnly);
+    writeConfiguration(buffer, m_document.get(), QStringConverter::Latin1,
+                       [this](QDomNode node, QTextStream& out) { buildConfigFile(node, out); });
+    return text;
 }
 
 void Config::buildConfigXmlFile(const QString& path) {

@@ -6,27 +6,47 @@
 #include <QFile>
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
 // Watches the bytes on their way to the reader for what the reader would spend quadratic time or
 // unbounded memory on before it reports anything: many attributes in one tag, many entity or
-// attribute declarations in the DTD. It follows only the markup's ASCII bytes (tags, quotes,
-// comments, CDATA, processing instructions, the DTD's internal subset), which are the same in
-// UTF-8 and Latin-1. A NUL byte ends the data: it is never in such a document, and it is in
-// every UTF-16 or UTF-32 one, whose markup this scan could not follow.
+// attribute declarations in the DTD. It follows only the markup's ASCII characters (tags,
+// quotes, comments, CDATA, processing instructions, the DTD's internal subset): one byte each in
+// UTF-8 and Latin-1, one code unit of two or four bytes in UTF-16 and UTF-32, which tools on
+// other systems write. A NUL character ends the data: XML allows none.
 class MarkupLimits {
 public:
-    // How many of the size bytes at data may pass: all of them, or those before the byte at
-    // which a limit is reached (then limit() names it).
+    // The document's code units: 1 byte (UTF-8, Latin-1), 2 (UTF-16) or 4 (UTF-32), in either
+    // byte order.
+    void setUnit(int bytes, bool bigEndian) {
+        m_unitBytes = bytes;
+        m_bigEndian = bigEndian;
+    }
+
+    // How many of the size bytes at data may pass: all of them, or those before the code unit
+    // at which a limit is reached (then limit() names it).
     qint64 pass(const char* data, qint64 size) {
         for (qint64 i = 0; i < size; ++i) {
-            if (!step(data[i]))
-                return i;
+            const auto byte = static_cast<unsigned char>(data[i]);
+            m_unit =
+                m_bigEndian ? (m_unit << 8) | byte : m_unit | (char32_t(byte) << (8 * m_unitFill));
+            if (++m_unitFill < m_unitBytes)
+                continue;
+            const char32_t unit = m_unit;
+            m_unit = 0;
+            m_unitFill = 0;
+            // Only ASCII matters to the scan; any other character stands in as 0x80.
+            if (!step(unit < 0x80 ? char(unit) : '\x80'))
+                return std::max<qint64>(0, i + 1 - m_unitBytes);
         }
         return size;
     }
@@ -43,7 +63,7 @@ private:
 
     bool step(char c) {
         if (c == '\0')
-            return reached("a NUL byte (the document is not UTF-8 or Latin-1 text)");
+            return reached("a NUL character");
         switch (m_state) {
         case State::Text:
             if (c == '<')
@@ -166,7 +186,27 @@ private:
     int m_entities = 0;
     int m_attributeDeclarations = 0;
     QByteArray m_limit; // what was reached, empty while none is
+    int m_unitBytes = 1;
+    bool m_bigEndian = false;
+    char32_t m_unit = 0; // the code unit being read
+    int m_unitFill = 0;  // its bytes read so far
 };
+
+// The code units of a document, told by its first four bytes as XML's own rules tell them: a
+// byte order mark, or "<" (and "<?") written in two or four bytes.
+void detectUnits(const QByteArray& start, MarkupLimits& markup) {
+    const auto is = [&](const char* bytes, int size) {
+        return start.startsWith(QByteArray::fromRawData(bytes, size));
+    };
+    if (is("\xFF\xFE\0\0", 4) || is("<\0\0\0", 4))
+        markup.setUnit(4, false);
+    else if (is("\0\0\xFE\xFF", 4) || is("\0\0\0<", 4))
+        markup.setUnit(4, true);
+    else if (is("\xFF\xFE", 2) || is("<\0?\0", 4))
+        markup.setUnit(2, false);
+    else if (is("\xFE\xFF", 2) || is("\0<\0?", 4))
+        markup.setUnit(2, true);
+}
 
 // Reads the input through to its end, to kMaxDocumentBytes or to the byte at which a markup
 // limit is reached, whichever comes first, and then reports the end of the data; works the same
@@ -185,14 +225,16 @@ protected:
     qint64 readData(char* data, qint64 maxSize) override {
         if (!m_limit.isEmpty())
             return -1;
+        if (!m_started)
+            start();
         if (m_remaining <= 0) {
             char next;
-            if (m_source.read(&next, 1) == 1)
+            if (take(&next, 1) == 1)
                 m_limit =
                     "more bytes than " + QByteArray::number(DocumentReader::kMaxDocumentBytes);
             return -1;
         }
-        const qint64 read = m_source.read(data, qMin(maxSize, m_remaining));
+        const qint64 read = take(data, qMin(maxSize, m_remaining));
         if (read <= 0)
             return -1;
         const qint64 passed = m_markup.pass(data, read);
@@ -204,10 +246,37 @@ protected:
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:
+    // The first four bytes (fewer when the input is shorter) tell the code units; a pipe may
+    // hand them over one at a time.
+    void start() {
+        m_started = true;
+        while (m_head.size() < 4) {
+            char byte;
+            if (m_source.read(&byte, 1) != 1)
+                break;
+            m_head += byte;
+        }
+        detectUnits(m_head, m_markup);
+    }
+
+    // Up to size bytes, the first four from m_head, the rest from the source in the same call:
+    // the toolkit's reader tells the encoding from its first read.
+    qint64 take(char* data, qint64 size) {
+        const qint64 taken = qMin(size, qint64(m_head.size()));
+        std::memcpy(data, m_head.constData(), std::size_t(taken));
+        m_head.remove(0, taken);
+        if (taken == size)
+            return taken;
+        const qint64 read = m_source.read(data + taken, size - taken);
+        return read > 0 ? taken + read : (taken > 0 ? taken : read);
+    }
+
     QIODevice& m_source; // not owned
     qint64 m_remaining;  // bytes still allowed
     MarkupLimits m_markup;
     QByteArray m_limit;
+    bool m_started = false;
+    QByteArray m_head; // the first bytes, read to tell the code units, not yet passed on
 };
 
 } // namespace
@@ -220,13 +289,28 @@ bool DocumentReader::parse(const QString& path) {
 
 bool DocumentReader::parse(const QByteArray& nativePath) {
     // POSIX open with the path's own bytes: a Latin-1 file name would not survive the toolkit's
-    // text.
-    const int fd = ::open(nativePath.constData(), O_RDONLY | O_CLOEXEC);
-    QFile file;
-    if (fd < 0 || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        Diagnostics::warn("cannot read input " + nativePath + ": " + std::strerror(errno));
+    // text. Non-blocking, so that a FIFO without a writer does not hold the open for ever.
+    const int fd = ::open(nativePath.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const auto cannotRead = [&](const QByteArray& reason) {
+        Diagnostics::warn("cannot read input " + nativePath + ": " + reason);
+        if (fd >= 0)
+            ::close(fd);
         return false; // nothing on standard output, no end sequence
+    };
+    if (fd < 0)
+        return cannotRead(std::strerror(errno));
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode))
+        return cannotRead(std::strerror(EISDIR)); // it opens, but no read would succeed
+    if (S_ISFIFO(info.st_mode)) {
+        pollfd writer{fd, POLLIN, 0}; // data, or a writer that came and went
+        if (::poll(&writer, 1, kFifoWriterWaitMs) <= 0)
+            return cannotRead("no writer came to the FIFO");
     }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK); // from here reads wait for data
+    QFile file;
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return cannotRead(file.errorString().toLocal8Bit());
     return parse(file, nativePath);
 }
 

@@ -24,6 +24,9 @@ public:
     static constexpr int kMaxAttributes = 100;           // written in one tag
     static constexpr int kMaxEntityDeclarations = 1000;  // in the DTD
     static constexpr int kMaxAttributeDeclarations = 50; // in the DTD, all ATTLISTs together
+    // How long an input FIFO may wait for its writer: the suite's writer opens it at once, and a
+    // FIFO nobody writes to must not hold the till for ever.
+    static constexpr int kFifoWriterWaitMs = 3000;
 
     explicit DocumentReader(PrinterDriver& handler);
 

@@ -216,15 +216,8 @@ void EscPosPrinterDriver::printLogo() {
 }
 
 QByteArray EscPosPrinterDriver::loadLogo() const {
-    QFile file(profile().logoPath);
     QString why;
-    LogoRaster raster;
-    // No more than the largest raster could fill: a path naming a huge file by mistake is
-    // not read whole (one byte more, and it reads as overlong).
-    if (!file.open(QIODevice::ReadOnly))
-        why = file.errorString();
-    else
-        raster = LogoRaster::fromFile(file.read(LogoRaster::kMaxFileSize + 1), &why);
+    LogoRaster raster = LogoRaster::read(profile().logoPath, &why);
     const int printerDots = m_columns * LogoRaster::kDotsPerColumn;
     if (raster.rows > 0 && raster.bytesPerRow * 8 > printerDots + 7) {
         why = QStringLiteral("%1 dots wide, the printer %2 (made for another printer?)")

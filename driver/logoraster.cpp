@@ -1,6 +1,14 @@
 #include "logoraster.h"
 
+#include <QFile>
 #include <QtEndian>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 constexpr char kMagic[] = "PSTLOGO1";
@@ -50,4 +58,34 @@ LogoRaster LogoRaster::fromFile(const QByteArray& file, QString* why) {
     raster.rows = rows;
     raster.dots = dots;
     return raster;
+}
+
+LogoRaster LogoRaster::read(const QString& path, QString* why) {
+    // Non-blocking: opening a FIFO for reading would otherwise wait for a writer.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        *why = QString::fromLocal8Bit(std::strerror(errno));
+        return LogoRaster();
+    }
+    struct stat info {};
+    QByteArray file;
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        *why = QStringLiteral("not a regular file");
+    } else {
+        file.resize(kMaxFileSize + 1);
+        qsizetype size = 0;
+        while (size < file.size()) {
+            const ssize_t got = ::read(fd, file.data() + size, std::size_t(file.size() - size));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0)
+                *why = QString::fromLocal8Bit(std::strerror(errno));
+            if (got <= 0)
+                break;
+            size += got;
+        }
+        file.truncate(size);
+    }
+    ::close(fd);
+    return why->isEmpty() ? fromFile(file, why) : LogoRaster();
 }

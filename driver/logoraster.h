@@ -27,4 +27,8 @@ struct LogoRaster {
     QByteArray toFile() const;
     // The raster in file, or an empty one (rows 0) with *why saying what is wrong.
     static LogoRaster fromFile(const QByteArray& file, QString* why);
+    // The raster in the file at path, as fromFile(). Only a regular file is read, and never more
+    // than kMaxFileSize + 1 bytes: a FIFO or a device named by mistake is refused at once
+    // instead of holding the till's ticket until something writes to it.
+    static LogoRaster read(const QString& path, QString* why);
 };

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QtEndian>
 
 #include <algorithm>
 #include <csignal>
@@ -167,6 +168,9 @@ const Case kCases[] = {
     {"ConfigurationRandomTenMegabytes", [](const TempHome& h) { return receipt(h, randomBytes(10 << 20, 20260914)); }, kDefaults},
     {"ConfigurationRandomGroupBodyReadToItsEnd", [](const TempHome& h) {
          return receipt(h, "pastrel : { receiptdoc : {" + randomGroupBody() + "=x; openCashDrawer = \"true\"; }; };"); }, kDefaults + kDrawer},
+    {"ConfigurationFifo", [](const TempHome& h) {
+         QDir().mkpath(h.file(QStringLiteral(".pastrel/conf")));
+         EXPECT_EQ(::mkfifo(QFile::encodeName(h.configPath()).constData(), 0600), 0); return receipt(h); }, kDefaults, kNotFound},
     {"ConfigurationEmpty", [](const TempHome& h) { return receipt(h, ""); }, kDefaults},
     {"LogFolderMissing", [](const TempHome& h) { return receipt(h, "pastrel : { logger : { level = DEBUG; basedir = " +
          h.file(QStringLiteral("logs")).toUtf8() + "; filename = pastrel.log; type = APPEND; }; receiptdoc : { openCashDrawer = \"true\"; }; };"); },
@@ -240,6 +244,11 @@ QByteArray numbered(const char* pattern, int count) {
 const QByteArray kGolden = PASTREL_SOURCE_DIR "/tests/documents/kitchen-order/billing-address/";
 const QByteArray kReport = PASTREL_SOURCE_DIR "/tests/documents/report/rows-and-summary/";
 const QByteArray kReportConf = PASTREL_SOURCE_DIR "/tests/documents/configs/report-paper-40.conf";
+// An ESC/POS ticket holding only the shop's logo; the logo path follows in each row.
+const QByteArray kLogoConf = "pastrel : { receiptdoc : { printLogo = true; }; "
+                             "printer : { model = escpos; columns = 2; logo = ";
+const QByteArray kLogoDocument = "<d><method name=\"printFullOrderReceipt\"/><logo/></d>";
+const QByteArray kEscPosLogoless("\x1b@\x1c.\x1bR\x00\x1bt\x13\x1dVB\x00", 14); // start, cut
 
 const Hostile kHostile[] = {
     {"SixteenMillionOpenElements",
@@ -349,7 +358,44 @@ const Hostile kHostile[] = {
          EXPECT_EQ(::symlink(s.in.constData(), s.out.constData()), 0);
      },
      receiptHead("1") + kEnd, ""},
+    {"LogoRasterIsAFifo", // no writer ever comes: the ticket prints without the logo
+     [](Scene& s) {
+         s.config(kLogoConf + s.home + "/logo.fifo; }; };");
+         ASSERT_EQ(::mkfifo((s.home + "/logo.fifo").constData(), 0600), 0);
+         s.file(s.in, kLogoDocument);
+     },
+     kEscPosLogoless, "logo.fifo: not a regular file"},
+    {"LogoRasterChecksumDoesNotMatch",
+     [](Scene& s) {
+         s.config(kLogoConf + s.home + "/logo.raster; }; };");
+         s.file(s.home + "/logo.raster", QByteArray("PSTLOGO1\x01\x00\x01\x00\x00\x00\xff", 15));
+         s.file(s.in, kLogoDocument);
+     },
+     kEscPosLogoless, "the checksum does not match"},
+    {"CatalogueMessageOffsetOutsideTheFile", // the report as in English
+     [](Scene& s) {
+         QByteArray qm =
+             readFile(QStringLiteral(PASTREL_BINARY_DIR "/translations/pastrel_it_IT.qm"));
+         for (qsizetype at = 16; at + 13 <= qm.size();) { // blocks: tag, 32-bit length, data
+             const qsizetype length = qFromBigEndian<quint32>(qm.constData() + at + 1);
+             if (qm.at(at) == 0x42) { // the hashes: hash, offset of the message
+                 qm.replace(at + 9, 4, "\x7f\xff\xff\xff");
+                 break;
+             }
+             at += 5 + length;
+         }
+         s.file(s.home + "/qm/pastrel_it_IT.qm", qm);
+         s.config(readFile(QFile::decodeName(kReportConf))
+                      .replace("pastrel : {", "pastrel : { language : { basedir = " + s.home +
+                                                  "/qm/; file = pastrel_it_IT.qm; };"));
+         s.file(s.in, readFile(QFile::decodeName(kReport + "input.xml")));
+     },
+     readFile(QFile::decodeName(kReport + "expected.prn")), "refused"},
     {"MissingInput", [](Scene&) {}, "", "cannot read input"},
+    {"FolderAsInput", [](Scene& s) { s.in = s.home; }, "", "cannot read input"},
+    {"InputFifoWithoutWriter", // waits a few seconds for a writer, then the output stays empty
+     [](Scene& s) { ASSERT_EQ(::mkfifo(s.in.constData(), 0600), 0); }, "",
+     "no writer came to the FIFO"},
     {"MalformedInput",
      [](Scene& s) { s.file(s.in, receipt("\n<receipt serialnumber=\"2\"></doc>")); },
      receiptHead("1") + receiptHead("2"),

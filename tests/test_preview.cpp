@@ -6,8 +6,10 @@
 #include "samplereceipt.h"
 #include "testsupport.h"
 
+#include <QFile>
 #include <QGuiApplication>
 
+#include <functional>
 #include <memory>
 
 namespace {
@@ -174,6 +176,75 @@ TEST(Preview, DocumentEndToEnd) {
               0);
     EXPECT_TRUE(testsupport::readFile(pictures[2]).contains("<svg"));
 }
+
+// ---- Faults: pictures bounded by what they draw, writes checked ------------------------------
+// Each row is a finding: a small job or document that took hundreds of megabytes to draw, or a
+// picture on a full disk (a link to /dev/full) that reported success. Each run now ends with the
+// status given, the line given on standard error, and a peak memory (time(1)) under the bound.
+struct PreviewFault {
+    const char* name;
+    std::function<QString(const testsupport::TempHome&)> input; // writes it, returns its path
+    const char* output;                                         // a link to /dev/full when "full.*"
+    int status;
+    const char* err;
+    long maxKilobytes;
+};
+
+QString overprinted(const testsupport::TempHome& home) { // one line, printed 5,100 times over
+    const QString path = home.file(QStringLiteral("over.prn"));
+    testsupport::writeFile(path,
+                           "\x1b@" + QByteArray("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789abcdefghijkl"
+                                                "\x1b"
+                                                "d")
+                                         .append('\0')
+                                         .repeated(5100));
+    return path;
+}
+
+const PreviewFault kPreviewFaults[] = {
+    {"OverprintedJobAsSvg", overprinted, "over.svg", 0, "", 100 * 1024},
+    {"SmallDocumentLargeRendering", // 3.3 MB rendering to 330 MB
+     [](const testsupport::TempHome& home) {
+         home.writeConfig("pastrel : { receiptdoc : { paperWidth = 1000; }; };");
+         const QString path = home.file(QStringLiteral("big.xml"));
+         testsupport::writeFile(path, "<doc><method name=\"printFullOrderReceipt\"/>" +
+                                          QByteArray("<receipt/>").repeated(330000) + "</doc>");
+         return path;
+     },
+     "big.png", 0, "bytes of its job are drawn", 200 * 1024},
+    {"SvgOnAFullDisk", overprinted, "full.svg", 1, "No space left on device", 200 * 1024},
+    {"PngOnAFullDisk", overprinted, "full.png", 1, "No space left on device", 200 * 1024},
+    {"HtmlOnAFullDisk", overprinted, "full.html", 1, "No space left on device", 200 * 1024},
+};
+
+class PreviewFaultRow : public ::testing::TestWithParam<PreviewFault> {};
+
+TEST_P(PreviewFaultRow, EndsBoundedAndReportsAFailedWrite) {
+    const testsupport::TempHome home;
+    const QString input = GetParam().input(home);
+    const QString output = home.file(QLatin1String(GetParam().output));
+    if (output.contains(QLatin1String("full."))) {
+        ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), output));
+    }
+    const QString stats = home.file(QStringLiteral("stats"));
+    QProcessEnvironment environment;
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+    const testsupport::Run run =
+        testsupport::runProgram(QStringLiteral("/usr/bin/time"),
+                                {QStringLiteral("-f"), QStringLiteral("%M"), QStringLiteral("-o"),
+                                 stats, QStringLiteral(PASTREL_PREVIEW), input, output},
+                                home.path(), environment, 60000);
+    EXPECT_TRUE(run.finished);
+    EXPECT_EQ(run.exitCode, GetParam().status) << run.err.constData();
+    EXPECT_TRUE(run.err.contains(GetParam().err)) << run.err.constData();
+#if !defined(__SANITIZE_ADDRESS__) // the sanitizers' shadow memory is not the program's
+    EXPECT_LT(testsupport::readFile(stats).trimmed().split('\n').last().toLong(),
+              GetParam().maxKilobytes);
+#endif
+}
+
+INSTANTIATE_TEST_SUITE_P(Preview, PreviewFaultRow, ::testing::ValuesIn(kPreviewFaults),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 // The preview's picture of a receipt read back by a decoder nobody here wrote (zbarimg, of
 // Debian's zbar-tools): every QR code and barcode gives its data back, drawn from the printer's

@@ -10,6 +10,7 @@
 #include "syncsingleton.h"
 
 #include <QCommandLineParser>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -20,8 +21,10 @@
 
 namespace {
 
-// More than any job needs to fill 2.5 m of paper, where the drawing stops anyway.
-constexpr qint64 kMaxInputBytes = 64 * 1024 * 1024;
+// More than any job needs to fill 2.5 m of paper, where the drawing stops anyway (a logo as
+// wide as a printer goes, all the way down, is 2.5 MB): a larger job or input is read only this
+// far, so memory follows the picture, not the input.
+constexpr qint64 kMaxInputBytes = 16 * 1024 * 1024;
 constexpr int kRenderTimeoutMs = 60000; // pastrel-print takes milliseconds for any real document
 
 int fail(const QString& message) {
@@ -57,11 +60,24 @@ bool render(const QString& document, QByteArray* bytes, QString* error) {
     QProcess print;
     print.setProcessChannelMode(QProcess::ForwardedChannels); // its messages are the user's too
     print.start(program, {document, job});
-    if (!print.waitForFinished(kRenderTimeoutMs) || print.exitStatus() != QProcess::NormalExit) {
-        *error =
-            QStringLiteral("%1 did not render %2: %3").arg(program, document, print.errorString());
+    // A small document can render to hundreds of megabytes: once the job holds more than is
+    // drawn, pastrel-print is stopped, and the rest is neither written nor read.
+    bool cut = false;
+    QElapsedTimer clock;
+    clock.start();
+    while (!print.waitForFinished(50)) {
+        cut = QFileInfo(job).size() > kMaxInputBytes;
+        if (cut || clock.elapsed() > kRenderTimeoutMs || print.state() == QProcess::NotRunning)
+            break;
+    }
+    if (print.state() != QProcess::NotRunning) {
         print.kill();
         print.waitForFinished();
+    }
+    if (!cut &&
+        (print.exitStatus() != QProcess::NormalExit || print.error() == QProcess::FailedToStart)) {
+        *error =
+            QStringLiteral("%1 did not render %2: %3").arg(program, document, print.errorString());
         return false;
     }
     QFile file(job);
@@ -69,7 +85,11 @@ bool render(const QString& document, QByteArray* bytes, QString* error) {
         *error = QStringLiteral("%1 wrote no output for %2").arg(program, document);
         return false;
     }
-    *bytes = file.readAll();
+    *bytes = file.read(kMaxInputBytes);
+    if (cut)
+        fail(QStringLiteral("%1: only the first %2 bytes of its job are drawn")
+                 .arg(document)
+                 .arg(kMaxInputBytes));
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QFontMetricsF>
+#include <QHash>
 #include <QPainter>
 #include <QSvgGenerator>
 
@@ -25,6 +26,7 @@ constexpr int kLabelPixels = 10; // the words under a drawer mark
 constexpr int kDash = 6, kDashGap = 4;
 constexpr int kStackedMark = 28; // a second drawer mark at the same place goes below the first
 constexpr int kPartialCutTab = 2 * kCellWidth; // the uncut bridge in the middle of a partial cut
+constexpr int kMaxOverprint = 8;               // different characters drawn at one place
 
 // fonts-dejavu-core puts the fonts here; fontconfig finds the family elsewhere.
 const char* const kFontFiles[] = {"/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf",
@@ -84,13 +86,19 @@ void drawCell(QPainter& painter, const PaperCell& cell) {
         drawCentred(painter, QRect(box.x(), box.y() + half, box.width(), half), hex.right(1));
         return;
     }
+    painter.setPen(Qt::black);
+    painter.setFont(cell.bold ? fonts().bold : fonts().glyph);
+    const QString character = QString::fromUcs4(&cell.character, 1);
+    if (cell.rect.size() == QSize(kCellWidth, kCellHeight)) {
+        // Most cells: no transformation, so an SVG writes one text element for the cell instead
+        // of a group with its own transformation and font.
+        drawCentred(painter, cell.rect, character);
+        return;
+    }
     painter.save();
     painter.translate(cell.rect.topLeft());
     painter.scale(cell.rect.width() / double(kCellWidth), cell.rect.height() / double(kCellHeight));
-    painter.setPen(Qt::black);
-    painter.setFont(cell.bold ? fonts().bold : fonts().glyph);
-    drawCentred(painter, QRect(0, 0, kCellWidth, kCellHeight),
-                QString::fromUcs4(&cell.character, 1));
+    drawCentred(painter, QRect(0, 0, kCellWidth, kCellHeight), character);
     painter.restore();
 }
 
@@ -148,8 +156,24 @@ void paint(const Paper& paper, QPainter& painter) {
 
     for (const PaperRaster& raster : paper.rasters)
         drawRaster(painter, raster, QRect(0, 0, paper.width(), paper.length));
-    for (const PaperCell& cell : paper.cells)
+    // A place printed over again without a feed shows each different character once, and at
+    // most kMaxOverprint of them (more are one black cell): the picture, above all an SVG that
+    // writes every glyph, stays as large as the paper, not as the job (a 260 KB job once took
+    // 690 MB to write as SVG).
+    QHash<quint64, QList<PaperCell>> drawn; // by the cell's top left corner
+    for (const PaperCell& cell : paper.cells) {
+        QList<PaperCell>& here =
+            drawn[quint64(quint32(cell.rect.x())) << 32 | quint32(cell.rect.y())];
+        const bool seen = std::any_of(here.cbegin(), here.cend(), [&](const PaperCell& other) {
+            return other.rect == cell.rect && other.character == cell.character &&
+                   other.byte == cell.byte && other.unknown == cell.unknown &&
+                   other.bold == cell.bold;
+        });
+        if (seen || here.size() >= kMaxOverprint)
+            continue;
+        here.append(cell);
         drawCell(painter, cell);
+    }
 
     for (const PaperCut& cut : paper.cuts)
         drawCut(painter, cut, paper.width());
@@ -186,8 +210,14 @@ bool save(const Paper& paper, const QString& path, const QString& title, QString
     if (!error->isEmpty())
         return false;
     if (path.endsWith(QLatin1String(".svg"), Qt::CaseInsensitive)) {
+        // Written through a file of our own, so that a failed write (a full disk) is seen.
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+            *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+            return false;
+        }
         QSvgGenerator generator;
-        generator.setFileName(path);
+        generator.setOutputDevice(&file);
         generator.setSize(size(paper));
         generator.setViewBox(QRect(QPoint(0, 0), size(paper)));
         generator.setTitle(title);
@@ -195,18 +225,20 @@ bool save(const Paper& paper, const QString& path, const QString& title, QString
         QPainter painter;
         if (painter.begin(&generator)) {
             paint(paper, painter);
-            if (painter.end() && QFile::exists(path))
+            if (painter.end() && file.flush() && file.error() == QFileDevice::NoError)
                 return true;
         }
-        *error = QStringLiteral("cannot write %1").arg(path);
+        *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
         return false;
     }
     const bool html = path.endsWith(QLatin1String(".html"), Qt::CaseInsensitive);
     const QImage picture = image(paper);
     if (!html) {
-        if (picture.save(path, "PNG"))
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly | QIODevice::Truncate) && picture.save(&file, "PNG") &&
+            file.flush() && file.error() == QFileDevice::NoError)
             return true;
-        *error = QStringLiteral("cannot write %1").arg(path);
+        *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
         return false;
     }
     QByteArray png;
@@ -223,7 +255,7 @@ bool save(const Paper& paper, const QString& path, const QString& title, QString
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(page) == page.size() &&
         file.flush())
         return true;
-    *error = QStringLiteral("cannot write %1").arg(path);
+    *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
     return false;
 }
 
