@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <thread>
+
 #include <unistd.h>
 
 namespace {
@@ -83,7 +85,7 @@ TEST_F(Delivery, JobsWaitWhilePrinterIsAwayAndNextRunSendsThemInOrder) {
     EXPECT_EQ(spool({QStringLiteral("list")}).out.count(printer.address().toLatin1()), 2);
     printer.start();
     EXPECT_EQ(print("3", printer.address()).out, "");
-    EXPECT_BYTES(receiptJob("1") + receiptJob("2") + receiptJob("3"), printer.received());
+    EXPECT_BYTES(receiptJob("1") + receiptJob("2") + receiptJob("3"), printer.received(3));
     EXPECT_TRUE(waiting().isEmpty());
 }
 
@@ -121,23 +123,30 @@ TEST_F(Delivery, DeviceThatIsMissingOrRefusesKeepsTheJobAndIsNeverCreated) {
     EXPECT_EQ(waiting().size(), 1);
 }
 
-class Status : public Delivery {
-protected:
-    Status() : Delivery("model = \"escpos\";") {}
-};
-
-TEST_F(Status, PrinterProblemsAreReportedAfterTheJob) {
+TEST_F(Delivery, StatusAnswersAreTakenOneForEachQuestion) {
+    PrinterStandIn::Behaviour twice; // two bytes to each question
+    twice.answerTwice = true;
+    PrinterStandIn::Behaviour greets; // a byte of its own before any question
+    greets.greeting = "\x12";
+    const std::map<char, char> paperOut = {{1, 0x12}, {2, 0x12}, {4, 0x72}};
     const struct {
         std::map<char, char> answers; // DLE EOT n -> answer
         QByteArray report;
+        PrinterStandIn::Behaviour printer = {};
+        QByteArray model = "escpos";
     } cases[] = {
-        {{{1, 0x12}, {2, 0x12}, {4, 0x72}}, "paper out"},
+        {paperOut, "paper out"},
         {{{1, 0x1a}, {2, 0x16}, {4, 0x1e}}, "offline, cover open, paper near end"},
         {{{1, 0x12}, {2, 0x12}, {4, 0x12}}, ""},
         {{}, ""}, // a printer that does not answer is not reported on
+        {paperOut, "paper out", twice},
+        {paperOut, "paper out", greets},
+        {paperOut, "paper out", {}, " ESCPOS "}, // the model as the renderer reads it
     };
     for (const auto& row : cases) {
-        PrinterStandIn printer(PrinterStandIn::Mode::Reads, row.answers);
+        home.writeConfig("pastrel : { printer : { timeout = \"1\"; model = \"" + row.model +
+                         "\"; }; };");
+        PrinterStandIn printer(row.printer, row.answers);
         printer.start();
         const testsupport::Run run = print("1", printer.address());
         EXPECT_EQ(run.out, "");
@@ -145,6 +154,110 @@ TEST_F(Status, PrinterProblemsAreReportedAfterTheJob) {
                                                 : "pastrel-print: " + printer.address().toLatin1() +
                                                       ": printer reports " + row.report + "\n");
     }
+}
+
+// Printers that misbehave after the connection is made. A ticket counts as printed only when the
+// printer ended the connection in order after taking all of it, or took every byte and kept the
+// connection open; otherwise it waits whole and the next send gives it to the printer once.
+struct PrinterFaultRow {
+    const char* name;
+    PrinterStandIn::Behaviour printer; // on the first connection only
+    int receipts;                      // 1000-column receipts after the ticket's own (~1 KB each)
+    bool printed;
+    QByteArray err; // standard error holds it
+};
+
+PrinterStandIn::Behaviour faulty(PrinterStandIn::Fault fault, qsizetype after = 0,
+                                 int bytesPerSecond = 0) {
+    PrinterStandIn::Behaviour behaviour;
+    behaviour.fault = fault;
+    behaviour.after = after;
+    behaviour.bytesPerSecond = bytesPerSecond;
+    behaviour.faultyConnections = 1;
+    return behaviour;
+}
+
+using Fault = PrinterStandIn::Fault;
+const QByteArray kEarly = "the printer ended the connection before taking the whole job";
+
+const PrinterFaultRow kPrinterFaults[] = {
+    {"ResetsWithoutReading", faulty(Fault::Reset), 0, false, kEarly},
+    {"ClosesAfterTenBytes", faulty(Fault::Close, 10), 0, false, kEarly},
+    {"StallsAfterFourKilobytes", faulty(Fault::Stall, 4096), 20, false, "took no data for 1000 ms"},
+    {"CrawlsAtTenKilobytesASecondThroughTwentyKilobytes", faulty(Fault::None, 0, 10240), 20, true,
+     ""},
+    {"TakesEveryByteButNeverCloses", faulty(Fault::NeverCloses), 0, true,
+     "kept the connection open; counted as printed"},
+};
+
+class PrinterFault : public Delivery, public ::testing::WithParamInterface<PrinterFaultRow> {};
+
+TEST_P(PrinterFault, TicketPrintsOnce) {
+    const PrinterFaultRow& row = GetParam();
+    home.writeConfig("pastrel : { receiptdoc : { openCashDrawer = \"true\"; paperWidth = "
+                     "\"1000\"; }; printer : { timeout = \"1\"; }; };");
+    const QByteArray body = QByteArray("<receipt/>").repeated(row.receipts);
+    print("1", home.file(QStringLiteral("plain.prn")), body);
+    const QByteArray job = testsupport::readFile(home.file(QStringLiteral("plain.prn")));
+    ASSERT_GE(job.size(), row.receipts * 1000);
+    PrinterStandIn printer(row.printer);
+    printer.start();
+    const testsupport::Run run = print("1", printer.address(), body);
+    EXPECT_TRUE(run.err.contains(row.err)) << run.err.constData();
+    printer.received(1);
+    if (row.printed) {
+        EXPECT_EQ(run.out, "");
+        EXPECT_TRUE(waiting().isEmpty());
+        ASSERT_EQ(printer.connections().size(), 1);
+        EXPECT_BYTES(job, printer.connections()[0]);
+        return;
+    }
+    EXPECT_EQ(run.out, kUnableToOpen);
+    EXPECT_EQ(waiting().size(), 1);
+    EXPECT_EQ(spool({QStringLiteral("send")}).out,
+              printer.address().toLatin1() + ": 1 job(s) sent\n");
+    printer.received(2);
+    ASSERT_EQ(printer.connections().size(), 2);
+    EXPECT_BYTES(job, printer.connections()[1]);
+    EXPECT_TRUE(waiting().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Printer, PrinterFault, ::testing::ValuesIn(kPrinterFaults),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// Two tills at once: a run that finds another run sending 300 waiting jobs leaves its ticket to
+// that run, which sends it before it ends; the ticket prints once and the run does not report it
+// as failed (a till told so prints it again).
+TEST_F(Delivery, RunFindingTheQueueBusyHandsItsTicketToTheRunSending) {
+    PrinterStandIn::Behaviour busy;
+    busy.delayMs = 15; // 300 jobs take longer than the second run waits for its turn
+    PrinterStandIn printer(busy);
+    port = printer.address().section(QLatin1Char(':'), -1).toLatin1();
+    const QString key = QString(printer.address()).replace(QLatin1Char('/'), QLatin1String("%2F"));
+    QByteArray jobs;
+    for (int at = 0; at < 300; ++at) {
+        const QByteArray job = "waiting job " + QByteArray::number(at) + "\n";
+        jobs += job;
+        ASSERT_TRUE(testsupport::writeFile(
+            home.file(QStringLiteral(".pastrel/spool/20260101-000000-000-%1@%2.prn")
+                          .arg(at, 7, 10, QLatin1Char('0'))
+                          .arg(key)),
+            job));
+    }
+    printer.start();
+    testsupport::Run sending;
+    std::thread first([&] { sending = spool({QStringLiteral("send")}); });
+    for (int tries = 0; tries < 500 && printer.connections().isEmpty(); ++tries)
+        usleep(10000);
+    const testsupport::Run second = print("B", printer.address());
+    first.join();
+    EXPECT_EQ(second.out, "");
+    EXPECT_TRUE(second.err.contains("another run is printing on it; this ticket is in its queue"))
+        << second.err.constData();
+    EXPECT_EQ(sending.out, printer.address().toLatin1() + ": 301 job(s) sent\n");
+    EXPECT_EQ(sending.exitCode, 0);
+    EXPECT_BYTES(jobs + receiptJob("B"), printer.received(301));
+    EXPECT_TRUE(waiting().isEmpty());
 }
 
 } // namespace
