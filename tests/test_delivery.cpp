@@ -7,9 +7,18 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 
+#include <csignal>
+#include <ctime>
+#include <functional>
 #include <thread>
 
+#include <linux/capability.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
@@ -259,5 +268,174 @@ TEST_F(Delivery, RunFindingTheQueueBusyHandsItsTicketToTheRunSending) {
     EXPECT_BYTES(jobs + receiptJob("B"), printer.received(301));
     EXPECT_TRUE(waiting().isEmpty());
 }
+
+// The spool and the output path under a till's faults: a full disk, a job another user left, a
+// long printer name, a killed run, paths that climb above the root or name the caller's own
+// stream. Each row prepares the till, then the ticket goes to `output` ("@PRINTER@": the
+// stand-in); "@OUTPUT@" and "@SPOOL@" in the expected standard error are the output as the run
+// names it and the spool folder.
+struct Till {
+    testsupport::TempHome home;
+    PrinterStandIn printer;
+    QString output = QStringLiteral("@PRINTER@");
+    QString named;                 // the output as the run names it, when not output itself
+    QString workingFolder;         // the home when empty
+    int receipts = 0;              // 1000-column receipts after the ticket's own (~1 KB each)
+    std::function<void()> inChild; // limits for the program, set in its process
+    QString mounted;
+
+    QString spool() const { return home.file(QStringLiteral(".pastrel/spool")); }
+    QStringList files() const {
+        return QDir(spool()).entryList({QStringLiteral("*.prn"), QStringLiteral("*.part")},
+                                       QDir::Files | QDir::System, QDir::Name);
+    }
+    ~Till() {
+        if (!mounted.isEmpty())
+            ::umount2(QFile::encodeName(mounted).constData(), MNT_DETACH);
+    }
+};
+
+// The spool folder on a 64 KiB file system with `free` bytes left; false when mounting is not
+// allowed here.
+bool fullSpool(Till& till, qsizetype free) {
+    QDir().mkpath(till.spool());
+    if (::mount("tmpfs", QFile::encodeName(till.spool()).constData(), "tmpfs", 0, "size=64k") != 0)
+        return false;
+    till.mounted = till.spool();
+    return testsupport::writeFile(till.spool() + QStringLiteral("/filler"),
+                                  QByteArray(64 * 1024 - free, 'f'));
+}
+
+QString printerKey(const QString& printer) {
+    return QString(printer)
+        .replace(QLatin1Char('%'), QLatin1String("%25"))
+        .replace(QLatin1Char('/'), QLatin1String("%2F"));
+}
+
+const QString kShm = QStringLiteral("/dev/shm/pastrel-test-%1").arg(getpid());
+const QByteArray kLongHost = QByteArray(63, 'a') + '.' + QByteArray(63, 'b') + '.' +
+                             QByteArray(63, 'c') + '.' + QByteArray(30, 'd') + ".invalid";
+// The ticket at the rows' 1000 columns.
+const QByteArray kWideJob = " Serial Number: 1\n" + QByteArray(1000, '=') + "\n" + kEnd + kDrawer;
+const QByteArray kNotPrinted = "this ticket did not print: cannot write it into @SPOOL@: ";
+const QByteArray kMissing = "pastrel-print: cannot print on @OUTPUT@: No such file or directory; 1 "
+                            "job(s) wait in @SPOOL@ and will print when the printer is back\n";
+
+struct SpoolRow {
+    const char* name;
+    std::function<void(Till&)> prepare;
+    QByteArray out; // standard output
+    QByteArray err; // standard error holds it
+    int waiting;    // jobs in the spool afterwards
+    std::function<void(Till&)> check = [](Till&) {};
+};
+
+// clang-format off
+const SpoolRow kSpoolRows[] = {
+    {"FullSpoolFolder", [](Till& t) { if (!fullSpool(t, 0)) GTEST_SKIP() << "no mount here"; },
+     kUnableToOpen, kNotPrinted + "No space left on device", 0,
+     [](Till& t) { EXPECT_TRUE(t.printer.connections().isEmpty()); }},
+    {"FourKibibytesLeftForAFiveKilobyteJob", [](Till& t) { t.receipts = 5; if (!fullSpool(t, 4096)) GTEST_SKIP() << "no mount here"; },
+     kUnableToOpen, kNotPrinted + "No space left on device", 0,
+     [](Till& t) { EXPECT_TRUE(t.printer.connections().isEmpty()); }},
+    {"FileSizeLimitBelowTheJob", // what the full file system shows where mounting is refused
+     [](Till& t) { t.receipts = 5; t.inChild = [] { ::signal(SIGXFSZ, SIG_IGN); const rlimit limit{4096, 4096}; ::setrlimit(RLIMIT_FSIZE, &limit); }; },
+     kUnableToOpen, kNotPrinted + "File too large", 0,
+     [](Till& t) { EXPECT_TRUE(t.printer.connections().isEmpty()); }},
+    {"WaitingJobOfAnotherUser",
+     [](Till& t) {
+         const QString job = t.spool() + QStringLiteral("/20260101-000000-000-0000001@") + printerKey(t.printer.address()) + QStringLiteral(".prn");
+         ASSERT_TRUE(testsupport::writeFile(job, "another user's job\n"));
+         const QByteArray path = QFile::encodeName(job);
+         if (::geteuid() != 0) {
+             ASSERT_EQ(::chmod(path.constData(), 0), 0);
+             return;
+         }
+         ASSERT_EQ(::chown(path.constData(), 65534, 65534), 0); // root reads it only by its powers
+         ASSERT_EQ(::chmod(path.constData(), 0600), 0);
+         t.inChild = [] { ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE); ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH); };
+     },
+     "", "cannot read the waiting job 20260101-000000-000-0000001: ", 1,
+     [](Till& t) { EXPECT_BYTES(kWideJob, t.printer.received(1)); }},
+    {"PrinterNameOfTwoHundredThirtyCharacters", [](Till& t) { t.output = "socket://" + kLongHost + ":9100"; },
+     kUnableToOpen, "pastrel-print: cannot print on @OUTPUT@: ", 1,
+     [](Till& t) {
+         const testsupport::Run list = testsupport::runProgram(QStringLiteral(PASTREL_CONFIG_TOOL), {QStringLiteral("spool"), QStringLiteral("list")}, t.home.path());
+         EXPECT_TRUE(list.out.endsWith("  socket://" + kLongHost + ":9100\n")) << list.out.constData();
+         testsupport::runProgram(QStringLiteral(PASTREL_CONFIG_TOOL), {QStringLiteral("spool"), QStringLiteral("drop"), QStringLiteral("all")}, t.home.path());
+         EXPECT_TRUE(t.files().isEmpty());
+     }},
+    {"PartFilesOfAKilledRun",
+     [](Till& t) {
+         for (const char* part : {"20260101-000000-000-0000001.part", "20260101-000000-000-0000002.part"})
+             ASSERT_TRUE(testsupport::writeFile(t.spool() + QLatin1Char('/') + QLatin1String(part), "half a job"));
+         const timeval old[2] = {{::time(nullptr) - 11 * 60, 0}, {::time(nullptr) - 11 * 60, 0}};
+         ASSERT_EQ(::utimes(QFile::encodeName(t.spool() + "/20260101-000000-000-0000001.part").constData(), old), 0);
+     },
+     "", "", 0,
+     [](Till& t) { EXPECT_EQ(t.files(), QStringList{"20260101-000000-000-0000002.part"}); }},
+    {"DeviceAboveTheRoot", [](Till& t) { t.output = "/.." + kShm; t.named = kShm; },
+     kUnableToOpen, kMissing, 1, [](Till&) { EXPECT_FALSE(QFileInfo::exists(kShm)); }},
+    {"DeviceAboveTheRootFromTheRootFolder", [](Till& t) { t.output = ".." + kShm; t.named = kShm; t.workingFolder = "/"; },
+     kUnableToOpen, kMissing, 1, [](Till&) { EXPECT_FALSE(QFileInfo::exists(kShm)); }},
+    {"LinkToAMissingDevice",
+     [](Till& t) { t.output = t.home.file("kitchen"); ASSERT_TRUE(QFile::link(kShm, t.output)); },
+     kUnableToOpen, kMissing, 1, [](Till&) { EXPECT_FALSE(QFileInfo::exists(kShm)); }},
+    {"PercentAndDigitInThePrinterName", [](Till& t) { t.output = kShm + "%1x%2"; },
+     kUnableToOpen, kMissing, 1},
+    {"StandardOutputByDescriptor", [](Till& t) { t.output = "/dev/fd/1"; }, kWideJob, "", 0},
+    {"StandardOutputWhoseReaderLeft", // "| head -c 100": a 3 MB job is neither kept nor waited for
+     [](Till& t) {
+         t.output = "/dev/stdout";
+         t.receipts = 3000;
+         t.inChild = [] { int fds[2]; if (::pipe(fds) == 0) { ::close(fds[0]); ::dup2(fds[1], 1); } };
+     },
+     "", "pastrel-print: write error on /dev/stdout: Broken pipe", 0},
+};
+// clang-format on
+
+class SpoolFault : public ::testing::TestWithParam<SpoolRow> {};
+
+TEST_P(SpoolFault, TicketIsKeptWholeOrReported) {
+    Till till;
+    till.home.writeConfig("pastrel : { receiptdoc : { openCashDrawer = \"true\"; paperWidth = "
+                          "\"1000\"; }; printer : { timeout = \"1\"; }; };");
+    till.printer.start();
+    GetParam().prepare(till);
+    if (IsSkipped() || HasFatalFailure())
+        return;
+    const QString output =
+        till.output == QLatin1String("@PRINTER@") ? till.printer.address() : till.output;
+    const QString input = till.home.file(QStringLiteral("in.xml"));
+    testsupport::writeFile(input, "<doc><method name=\"printFullOrderReceipt\"/><receipt "
+                                  "serialnumber=\"1\"/>" +
+                                      QByteArray("<receipt/>").repeated(till.receipts) + "</doc>");
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), till.home.path());
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(till.workingFolder.isEmpty() ? till.home.path()
+                                                             : till.workingFolder);
+    if (till.inChild)
+        process.setChildProcessModifier(till.inChild);
+    process.start(testsupport::printProgram(), {input, output});
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_BYTES(GetParam().out, process.readAllStandardOutput());
+    const QByteArray err = process.readAllStandardError();
+    const QByteArray named = (till.named.isEmpty() ? output : till.named).toLocal8Bit();
+    EXPECT_TRUE(err.contains(QByteArray(GetParam().err)
+                                 .replace("@OUTPUT@", named)
+                                 .replace("@SPOOL@", till.spool().toLocal8Bit())))
+        << err.constData();
+    EXPECT_EQ(QDir(till.spool()).entryList({QStringLiteral("*.prn")}, QDir::Files).size(),
+              GetParam().waiting);
+    GetParam().check(till);
+}
+
+INSTANTIATE_TEST_SUITE_P(Till, SpoolFault, ::testing::ValuesIn(kSpoolRows),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace
