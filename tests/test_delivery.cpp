@@ -192,7 +192,7 @@ const QByteArray kEarly = "the printer ended the connection before taking the wh
 const PrinterFaultRow kPrinterFaults[] = {
     {"ResetsWithoutReading", faulty(Fault::Reset), 0, false, kEarly},
     {"ClosesAfterTenBytes", faulty(Fault::Close, 10), 0, false, kEarly},
-    {"StallsAfterFourKilobytes", faulty(Fault::Stall, 4096), 20, false, "took no data for 1000 ms"},
+    {"StallsAfterFourKilobytes", faulty(Fault::Stall, 4096), 60, false, "took no data for 1000 ms"},
     {"CrawlsAtTenKilobytesASecondThroughTwentyKilobytes", faulty(Fault::None, 0, 10240), 20, true,
      ""},
     {"TakesEveryByteButNeverCloses", faulty(Fault::NeverCloses), 0, true,
