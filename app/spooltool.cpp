@@ -1,6 +1,9 @@
 #include "spooltool.h"
 
+#include "paconfiguration.h"
+#include "printerbackends.h"
 #include "spool.h"
+#include "syncsingleton.h"
 
 #include <QByteArray>
 #include <QString>
@@ -25,7 +28,10 @@ int list(const Spool& spool, const QString& printer) {
 
 // Printer names are written as they are: one may hold "%1" (never given to QString::arg).
 int send(const Spool& spool, const QString& printer) {
-    const DeliverySettings settings = DeliverySettings::fromConfiguration();
+    const PrinterProfile profile =
+        PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
+    const DeliverySettings settings =
+        DeliverySettings::fromProfile(profile, PrinterBackends::choose(profile).answersStatus);
     const QString tool = QStringLiteral("pastrel-config: ");
     int status = 0;
     for (const QString& name : printer.isEmpty() ? spool.printers() : QStringList{printer}) {

@@ -1,5 +1,6 @@
 #include "outputjob.h"
 
+#include "diagnostics.h"
 #include "printerlink.h"
 
 #include <QDir>
@@ -9,17 +10,15 @@
 
 #include <cerrno>
 #include <cstring>
-#include <iostream>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 const QLatin1String kSocketScheme("socket://");
-constexpr qsizetype kCopyBytes = 64 * 1024;
 
 void report(const QString& line) {
-    std::cerr << "pastrel-print: " << line.toLocal8Bit().constData() << std::endl;
+    Diagnostics::warn(line);
 }
 
 // One name per network printer, so that "socket://h" and "socket://h:9100" share a queue. An
@@ -38,7 +37,10 @@ QString networkPrinter(const QString& host, const QString& port, const QString& 
 }
 } // namespace
 
-OutputJob::OutputJob(const QString& output) : m_output(output), m_renderPath(output) {
+OutputJob::OutputJob(const QByteArray& nativeOutput, const DeliverySettings& settings)
+    : m_nativeOutput(nativeOutput), m_output(QFile::decodeName(nativeOutput)),
+      m_settings(settings) {
+    const QString& output = m_output;
     if (PrinterLink::isNetwork(output)) {
         const QUrl url(output, QUrl::StrictMode);
         const QString host = url.host();
@@ -50,80 +52,34 @@ OutputJob::OutputJob(const QString& output) : m_output(output), m_renderPath(out
         return; // a plain file, or the caller's own stream
     }
     m_spooled = true;
-    QString error;
-    m_partPath = m_spool.newJob(&error);
-    if (!m_partPath.isEmpty()) {
-        m_partFd = ::open(QFile::encodeName(m_partPath).constData(), O_WRONLY | O_CLOEXEC);
-        if (m_partFd < 0 || ::pipe2(m_channel, O_CLOEXEC) != 0) {
-            error = QStringLiteral("cannot write a job in the spool folder: ") +
-                    QString::fromLocal8Bit(std::strerror(errno));
-            QFile::remove(m_partPath);
-            m_partPath.clear();
-        }
-    }
-    if (m_partPath.isEmpty()) {
-        report(m_printer + QLatin1String(": ") + error);
-        // A path in a folder nothing creates: the renderer cannot open it and says so as usual.
-        m_renderPath = QDir(m_spool.folder()).filePath(QStringLiteral(".unavailable/job"));
-        m_jobKept = false;
-        return;
-    }
-    // The renderer opens the channel by name like any output; this side copies what it writes
-    // into the spool file and sees every failed write, which the renderer would only report.
-    m_renderPath = QStringLiteral("/proc/self/fd/%1").arg(m_channel[1]);
-    m_copier = std::thread([this] { copyToSpool(); });
 }
 
-OutputJob::~OutputJob() {
-    if (m_copier.joinable()) { // never delivered: nothing of it is kept
+QIODevice* OutputJob::open() {
+    if (m_spooled) {
         QString error;
-        finishWriting(&error);
-        QFile::remove(m_partPath);
+        m_renderPath = m_spool.newJob(&error);
+        if (m_renderPath.isEmpty()) {
+            report(m_printer + QLatin1String(": ") + error);
+            return nullptr; // finish() then has nothing to deliver
+        }
     }
-    for (const int fd : {m_channel[0], m_channel[1], m_partFd}) {
+    // POSIX open with the path's own bytes: the toolkit's text would turn a Latin-1 byte of a
+    // file name into another name.
+    const QByteArray path = m_spooled ? QFile::encodeName(m_renderPath) : m_nativeOutput;
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC | O_TRUNC, 0666);
+    if (fd < 0 || !m_file.open(fd, QIODevice::WriteOnly | QIODevice::Truncate,
+                               QFileDevice::AutoCloseHandle)) {
         if (fd >= 0)
             ::close(fd);
-    }
-}
-
-void OutputJob::copyToSpool() {
-    QByteArray buffer(kCopyBytes, Qt::Uninitialized);
-    for (;;) {
-        const ssize_t got = ::read(m_channel[0], buffer.data(), size_t(buffer.size()));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        m_bytes += got;
-        // After a failed write the rest is still read, so the renderer never waits on it.
-        for (ssize_t done = 0; done < got && m_writeError == 0;) {
-            const ssize_t written =
-                ::write(m_partFd, buffer.constData() + done, size_t(got - done));
-            if (written > 0)
-                done += written;
-            else if (written < 0 && errno != EINTR)
-                m_writeError = errno;
-            else if (written == 0)
-                m_writeError = ENOSPC;
+        if (m_spooled) {
+            report(m_printer + QLatin1String(": cannot write a job in the spool folder: ") +
+                   QString::fromLocal8Bit(std::strerror(errno)));
+            QFile::remove(m_renderPath);
+            m_renderPath.clear();
         }
+        return nullptr;
     }
-    // On disk before it is queued: a job is queued whole or not at all.
-    if (m_writeError == 0 && ::fsync(m_partFd) != 0)
-        m_writeError = errno;
-}
-
-bool OutputJob::finishWriting(QString* error) {
-    ::close(m_channel[1]); // with the renderer's own copy closed, the copy reaches the end
-    m_channel[1] = -1;
-    m_copier.join();
-    ::close(m_channel[0]);
-    m_channel[0] = -1;
-    if (::close(m_partFd) != 0 && m_writeError == 0)
-        m_writeError = errno;
-    m_partFd = -1;
-    if (m_writeError != 0)
-        *error = QString::fromLocal8Bit(std::strerror(m_writeError));
-    return m_writeError == 0;
+    return &m_file;
 }
 
 void OutputJob::setDocumentPrinter(const QString& ipAddress, const QString& port) {
@@ -131,27 +87,75 @@ void OutputJob::setDocumentPrinter(const QString& ipAddress, const QString& port
         m_printer = networkPrinter(ipAddress, port, m_printer);
 }
 
-bool OutputJob::deliver() {
-    if (!m_spooled || !m_jobKept)
-        return true; // a plain file, or a job the spool could not take (already reported)
+bool OutputJob::closeSpoolFile(bool written, QString* error) {
+    // The reason first: the file's next operations clear it.
+    *error = m_file.errorString();
+    bool whole = written && m_file.error() == QFileDevice::NoError;
+    if (!whole && m_file.handle() >= 0) {
+        // A write the system took only in part (the last free block, a file size limit) is
+        // reported by the toolkit without the system's reason. One more byte into this file,
+        // which is removed anyway, asks the system for it.
+        if (::write(m_file.handle(), "", 1) < 0)
+            *error = QString::fromLocal8Bit(std::strerror(errno));
+    }
+    if (whole && !m_file.flush()) {
+        whole = false;
+        *error = m_file.errorString();
+    }
+    // On disk before it is queued: a job is queued whole or not at all.
+    if (whole && ::fsync(m_file.handle()) != 0) {
+        whole = false;
+        *error = QString::fromLocal8Bit(std::strerror(errno));
+    }
+    m_file.close();
+    if (whole && m_file.error() != QFileDevice::NoError) {
+        whole = false;
+        *error = m_file.errorString();
+    }
+    return whole;
+}
+
+bool OutputJob::finish(bool written) {
+    if (!m_spooled) {
+        if (!m_file.isOpen())
+            return true; // not opened: "Unable To Open File" was said
+        const QString streamError = m_file.errorString();
+        const bool failed = !written || m_file.error() != QFileDevice::NoError;
+        m_file.close(); // flushes the file's own buffer: a late failure shows here
+        if (failed || m_file.error() != QFileDevice::NoError) {
+            // The open succeeded, so the "Unable To Open File" line does not apply and standard
+            // output stays as the suite expects it; one line on standard error tells the till's
+            // log why the document did not print (docs/robustness.md).
+            const QString reason = failed ? streamError : m_file.errorString();
+            Diagnostics::warn("write error on " + m_nativeOutput + ": " + reason.toLocal8Bit());
+        }
+        return true;
+    }
+    if (m_renderPath.isEmpty())
+        return true; // a job the spool could not take (already reported)
     QString error;
     QString id;
     bool lost = false; // this ticket could not be kept: it did not print and will not
-    if (!finishWriting(&error)) {
-        QFile::remove(m_partPath);
+    const bool whole = closeSpoolFile(written, &error);
+    if (!whole) {
+        QFile::remove(m_renderPath);
         report(m_printer + QLatin1String(": this ticket did not print: cannot write it into ") +
                m_spool.folder() + QLatin1String(": ") + error);
         lost = true;
-    } else if (m_bytes == 0) {
-        QFile::remove(m_partPath); // nothing rendered: nothing to keep, older jobs still go
+    } else if (QFileInfo(m_renderPath).size() == 0) {
+        QFile::remove(m_renderPath); // nothing rendered: nothing to keep, older jobs still go
     } else {
-        id = m_spool.commit(m_partPath, m_printer, &error);
+        id = m_spool.commit(m_renderPath, m_printer, &error);
         if (id.isEmpty()) {
             report(m_printer + QLatin1String(": this ticket did not print: ") + error);
             lost = true;
         }
     }
-    const DeliveryResult result = m_spool.deliver(m_printer, DeliverySettings::fromConfiguration());
+    return deliver(id, lost);
+}
+
+bool OutputJob::deliver(const QString& id, bool lost) {
+    const DeliveryResult result = m_spool.deliver(m_printer, m_settings);
     if (!result.problems.isEmpty())
         report(m_printer + QLatin1String(": printer reports ") +
                result.problems.join(QLatin1String(", ")));

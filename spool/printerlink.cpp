@@ -148,7 +148,8 @@ bool PrinterLink::openSocket(const QString& printer) {
             getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
             if (error == 0)
                 break;
-            reason = systemError(error);
+            // Taken in by the system, then reset by the printer before a byte was sent.
+            reason = error == ECONNRESET ? closedEarly(error) : systemError(error);
         }
         ::close(fd);
         m_fd = -1;

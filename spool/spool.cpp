@@ -1,9 +1,7 @@
 #include "spool.h"
 
-#include "paconfiguration.h"
 #include "printerlink.h"
 #include "printerstatus.h"
-#include "syncsingleton.h"
 
 #include <QCryptographicHash>
 #include <QDateTime>
@@ -87,17 +85,10 @@ private:
 };
 } // namespace
 
-DeliverySettings DeliverySettings::fromConfiguration() {
-    const PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
+DeliverySettings DeliverySettings::fromProfile(const PrinterProfile& profile, bool askStatus) {
     DeliverySettings settings;
-    const int seconds =
-        configuration->getStrValue(QStringLiteral("pastrel.printer.timeout")).toInt(nullptr, 10);
-    if (seconds > 0 && seconds <= kMaxTimeoutSeconds)
-        settings.timeoutMs = seconds * 1000;
-    // Read as the renderer reads it, so an ESC/POS printer is also asked its status.
-    settings.askStatus = configuration->getStrValue(QStringLiteral("pastrel.printer.model"))
-                             .trimmed()
-                             .compare(QLatin1String("escpos"), Qt::CaseInsensitive) == 0;
+    settings.timeoutMs = profile.timeoutMs;
+    settings.askStatus = askStatus;
     return settings;
 }
 
