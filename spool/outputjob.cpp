@@ -67,13 +67,15 @@ QIODevice* OutputJob::open() {
     // file name into another name.
     const QByteArray path = m_spooled ? QFile::encodeName(m_renderPath) : m_nativeOutput;
     const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC | O_TRUNC, 0666);
+    const int openError = errno;
     if (fd < 0 || !m_file.open(fd, QIODevice::WriteOnly | QIODevice::Truncate,
                                QFileDevice::AutoCloseHandle)) {
         if (fd >= 0)
             ::close(fd);
         if (m_spooled) {
-            report(m_printer + QLatin1String(": cannot write a job in the spool folder: ") +
-                   QString::fromLocal8Bit(std::strerror(errno)));
+            report(
+                m_printer + QLatin1String(": cannot write a job in the spool folder: ") +
+                (fd < 0 ? QString::fromLocal8Bit(std::strerror(openError)) : m_file.errorString()));
             QFile::remove(m_renderPath);
             m_renderPath.clear();
         }
