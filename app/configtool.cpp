@@ -2,10 +2,12 @@
 
 #include "configcommands.h"
 #include "configeditor.h"
+#include "firstrun.h"
 #include "logotool.h"
 #include "paconfiguration.h"
 #include "spooltool.h"
 #include "syncsingleton.h"
+#include "testpage.h"
 
 #include <QApplication>
 #include <QByteArray>
@@ -17,7 +19,8 @@
 namespace {
 
 const char kUsage[] = "usage: pastrel-config show | get KEY | set KEY VALUE | check | edit | "
-                      "logo IMAGE [RASTER] | spool list|send|drop";
+                      "logo IMAGE [RASTER] | spool list|send|drop | "
+                      "init [--force] MODEL | init --list | test-page [--drawer] OUTPUT";
 const char kHelp[] =
     "The till's configuration, $HOME/.pastrel/conf/pastrel.conf:\n"
     "  show            the settings as an indented tree\n"
@@ -28,6 +31,12 @@ const char kHelp[] =
     "  edit            change values in a window\n"
     "  logo IMAGE [RASTER]  convert the shop's logo for the ESC/POS printer\n"
     "  spool list | send | drop JOB...|all  the jobs waiting for a printer\n"
+    "  init [--force] MODEL  start the file from the sample for the printer MODEL\n"
+    "                  (init --list names them); --force replaces an existing file\n"
+    "  test-page [--drawer] OUTPUT  print a test page (model, columns, code page, a\n"
+    "                  ruler, the Italian letters and the euro sign, bold and tall text,\n"
+    "                  the cut) on a file, a /dev node or socket://HOST[:PORT]; --drawer\n"
+    "                  also opens the cash drawer\n"
     "  --help, --version\n"
     "See pastrel-config(1).";
 
@@ -46,6 +55,24 @@ bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
            !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+// The words after the command: the one option it allows (anywhere, once), and the single other
+// word. Another word starting with "--" is a mistyped option, not a file name.
+bool optionAndWord(int argc, char** argv, const char* option, bool* given, QString* word) {
+    int words = 0;
+    for (int i = 2; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (argument == option && !*given) {
+            *given = true;
+        } else if (argument.startsWith("--")) {
+            return false;
+        } else {
+            *word = QFile::decodeName(argv[i]);
+            ++words;
+        }
+    }
+    return words == 1;
 }
 
 int edit(int& argc, char** argv) {
@@ -86,6 +113,14 @@ int configTool(int argc, char** argv) {
     if (command == "logo" && (argc == 3 || argc == 4))
         return convertLogo(QFile::decodeName(argv[2]),
                            argc == 4 ? QFile::decodeName(argv[3]) : QString());
+    if (command == "init" && argc == 3 && QByteArray(argv[2]) == "--list")
+        return listModels();
+    bool option = false;
+    QString word;
+    if (command == "init" && optionAndWord(argc, argv, "--force", &option, &word))
+        return initConfiguration(word, option);
+    if (command == "test-page" && optionAndWord(argc, argv, "--drawer", &option, &word))
+        return printTestPage(word, option);
     if ((command == "help" || command == "--help" || command == "-h") && argc == 2) {
         std::cout << kUsage << '\n' << kHelp << std::endl;
         return 0;

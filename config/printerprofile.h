@@ -43,6 +43,7 @@ inline constexpr PrinterSetting kPrinterSettings[] = {
     {"pastrel.printer.drawerOffTime", PrinterSetting::Kind::Number, "500", 0, 510, "", "0 to 510 milliseconds", true},
     {"pastrel.printer.logo", PrinterSetting::Kind::Path, "", 0, 0, "", "a file", true},
     {"pastrel.printer.timeout", PrinterSetting::Kind::Number, "3", 1, 600, "", "a number of seconds from 1 to 600", false},
+    {"pastrel.printer.qrcode", PrinterSetting::Kind::Choice, "native", 0, 0, "native|raster", "native or raster", true},
 };
 // clang-format on
 
@@ -60,7 +61,8 @@ public:
         DrawerOnTime,
         DrawerOffTime,
         Logo,
-        Timeout
+        Timeout,
+        QrCode
     };
     static const PrinterSetting& setting(Setting which) { return kPrinterSettings[which]; }
     static QString key(Setting which) { return QLatin1String(setting(which).key); }
@@ -95,4 +97,6 @@ public:
     QString logo;     // as configured (trimmed); empty: no logo
     QString logoPath; // the same, a relative path taken from the configuration folder
     int timeoutMs = 3000;
+    // QR codes and barcodes drawn as images, for a printer without their commands.
+    bool rasterCodes = false;
 };
