@@ -21,49 +21,62 @@ void printLine(std::ostream& out, const QString& line) {
 
 int list(const Spool& spool, const QString& printer) {
     for (const SpoolJob& job : spool.jobs(printer))
-        printLine(std::cout,
-                  QStringLiteral("%1  %2  %3").arg(job.id).arg(job.bytes).arg(job.printer));
+        printLine(std::cout, job.id + QLatin1String("  ") + QString::number(job.bytes) +
+                                 QLatin1String("  ") + job.printer);
     return 0;
 }
 
+// Printer names are written as they are: one may hold "%1" (never given to QString::arg).
 int send(const Spool& spool, const QString& printer) {
     const PrinterProfile profile =
         PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
     const DeliverySettings settings =
         DeliverySettings::fromProfile(profile, PrinterBackends::choose(profile).answersStatus);
+    const QString tool = QStringLiteral("pastrel-config: ");
     int status = 0;
     for (const QString& name : printer.isEmpty() ? spool.printers() : QStringList{printer}) {
         // A printer with nothing waiting is not contacted.
-        const DeliveryResult result = spool.jobs(name).isEmpty() ? DeliveryResult{true, 0, {}, {}}
-                                                                 : spool.deliver(name, settings);
-        printLine(std::cout, QStringLiteral("%1: %2 job(s) sent").arg(name).arg(result.sent));
+        DeliveryResult result;
+        result.ok = true;
+        if (!spool.jobs(name).isEmpty())
+            result = spool.deliver(name, settings);
+        printLine(std::cout, name + QLatin1String(": ") + QString::number(result.sent) +
+                                 QLatin1String(" job(s) sent"));
         if (!result.problems.isEmpty())
-            printLine(std::cerr, QStringLiteral("pastrel-config: %1: printer reports %2")
-                                     .arg(name, result.problems.join(QLatin1String(", "))));
-        if (!result.ok) {
-            printLine(
-                std::cerr,
-                QStringLiteral("pastrel-config: cannot print on %1: %2").arg(name, result.error));
+            printLine(std::cerr, tool + name + QLatin1String(": printer reports ") +
+                                     result.problems.join(QLatin1String(", ")));
+        for (const QString& job : result.unreadable)
+            printLine(std::cerr,
+                      tool + name + QLatin1String(": cannot read the waiting job ") + job);
+        if (result.unconfirmed > 0)
+            printLine(std::cerr, tool + name +
+                                     QLatin1String(": the printer took every byte but kept the "
+                                                   "connection open; counted as printed"));
+        if (result.handedOver)
+            printLine(std::cerr, tool + name +
+                                     QLatin1String(": another run is printing on it; its jobs "
+                                                   "go out with that run"));
+        if (!result.ok)
+            printLine(std::cerr, tool + QLatin1String("cannot print on ") + name +
+                                     QLatin1String(": ") + result.error);
+        if (!result.ok || !result.unreadable.isEmpty())
             status = 1;
-        }
     }
     return status;
 }
 
 int drop(const Spool& spool, int argc, char** argv) {
-    int status = 0;
     if (argc == 3 && QByteArray(argv[2]) == "all") {
-        for (const SpoolJob& job : spool.jobs())
-            spool.drop(job.id);
+        spool.dropAll();
         return 0;
     }
-    for (int i = 2; i < argc; ++i) {
-        if (!spool.drop(QString::fromLocal8Bit(argv[i]))) {
-            std::cerr << "pastrel-config: no waiting job " << argv[i] << std::endl;
-            status = 1;
-        }
-    }
-    return status;
+    QStringList ids;
+    for (int i = 2; i < argc; ++i)
+        ids << QString::fromLocal8Bit(argv[i]);
+    const QStringList missing = spool.drop(ids);
+    for (const QString& id : missing)
+        printLine(std::cerr, QLatin1String("pastrel-config: no waiting job ") + id);
+    return missing.isEmpty() ? 0 : 1;
 }
 
 } // namespace

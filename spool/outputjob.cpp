@@ -1,5 +1,6 @@
 #include "outputjob.h"
 
+#include "diagnostics.h"
 #include "printerlink.h"
 
 #include <QDir>
@@ -7,7 +8,8 @@
 #include <QFileInfo>
 #include <QUrl>
 
-#include "diagnostics.h"
+#include <cerrno>
+#include <cstring>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -45,9 +47,9 @@ OutputJob::OutputJob(const QByteArray& nativeOutput, const DeliverySettings& set
         m_printer =
             networkPrinter(host, url.port() < 0 ? QString() : QString::number(url.port()), output);
     } else if (PrinterLink::isDevice(output)) {
-        m_printer = QDir::cleanPath(QFileInfo(output).absoluteFilePath());
+        m_printer = PrinterLink::normalized(output);
     } else {
-        return; // a plain file
+        return; // a plain file, or the caller's own stream
     }
     m_spooled = true;
 }
@@ -65,11 +67,15 @@ QIODevice* OutputJob::open() {
     // file name into another name.
     const QByteArray path = m_spooled ? QFile::encodeName(m_renderPath) : m_nativeOutput;
     const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC | O_TRUNC, 0666);
+    const int openError = errno;
     if (fd < 0 || !m_file.open(fd, QIODevice::WriteOnly | QIODevice::Truncate,
                                QFileDevice::AutoCloseHandle)) {
         if (fd >= 0)
             ::close(fd);
         if (m_spooled) {
+            report(
+                m_printer + QLatin1String(": cannot write a job in the spool folder: ") +
+                (fd < 0 ? QString::fromLocal8Bit(std::strerror(openError)) : m_file.errorString()));
             QFile::remove(m_renderPath);
             m_renderPath.clear();
         }
@@ -83,8 +89,38 @@ void OutputJob::setDocumentPrinter(const QString& ipAddress, const QString& port
         m_printer = networkPrinter(ipAddress, port, m_printer);
 }
 
+bool OutputJob::closeSpoolFile(bool written, QString* error) {
+    // The reason first: the file's next operations clear it.
+    *error = m_file.errorString();
+    bool whole = written && m_file.error() == QFileDevice::NoError;
+    if (!whole && m_file.handle() >= 0) {
+        // A write the system took only in part (the last free block, a file size limit) is
+        // reported by the toolkit without the system's reason. One more byte into this file,
+        // which is removed anyway, asks the system for it.
+        if (::write(m_file.handle(), "", 1) < 0)
+            *error = QString::fromLocal8Bit(std::strerror(errno));
+    }
+    if (whole && !m_file.flush()) {
+        whole = false;
+        *error = m_file.errorString();
+    }
+    // On disk before it is queued: a job is queued whole or not at all.
+    if (whole && ::fsync(m_file.handle()) != 0) {
+        whole = false;
+        *error = QString::fromLocal8Bit(std::strerror(errno));
+    }
+    m_file.close();
+    if (whole && m_file.error() != QFileDevice::NoError) {
+        whole = false;
+        *error = m_file.errorString();
+    }
+    return whole;
+}
+
 bool OutputJob::finish(bool written) {
-    if (m_file.isOpen()) {
+    if (!m_spooled) {
+        if (!m_file.isOpen())
+            return true; // not opened: "Unable To Open File" was said
         const QString streamError = m_file.errorString();
         const bool failed = !written || m_file.error() != QFileDevice::NoError;
         m_file.close(); // flushes the file's own buffer: a late failure shows here
@@ -93,29 +129,56 @@ bool OutputJob::finish(bool written) {
             // output stays as the suite expects it; one line on standard error tells the till's
             // log why the document did not print (docs/robustness.md).
             const QString reason = failed ? streamError : m_file.errorString();
-            Diagnostics::warn("write error on " +
-                              (m_spooled ? QFile::encodeName(m_renderPath) : m_nativeOutput) +
-                              ": " + reason.toLocal8Bit());
+            Diagnostics::warn("write error on " + m_nativeOutput + ": " + reason.toLocal8Bit());
+        }
+        return true;
+    }
+    if (m_renderPath.isEmpty())
+        return true; // a job the spool could not take (already reported)
+    QString error;
+    QString id;
+    bool lost = false; // this ticket could not be kept: it did not print and will not
+    const bool whole = closeSpoolFile(written, &error);
+    if (!whole) {
+        QFile::remove(m_renderPath);
+        report(m_printer + QLatin1String(": this ticket did not print: cannot write it into ") +
+               m_spool.folder() + QLatin1String(": ") + error);
+        lost = true;
+    } else if (QFileInfo(m_renderPath).size() == 0) {
+        QFile::remove(m_renderPath); // nothing rendered: nothing to keep, older jobs still go
+    } else {
+        id = m_spool.commit(m_renderPath, m_printer, &error);
+        if (id.isEmpty()) {
+            report(m_printer + QLatin1String(": this ticket did not print: ") + error);
+            lost = true;
         }
     }
-    if (!m_spooled || m_renderPath.isEmpty())
-        return true; // a plain file, or a job the spool could not take (already reported)
-    QString error;
-    if (QFileInfo(m_renderPath).size() == 0) {
-        QFile::remove(m_renderPath); // nothing rendered: nothing to keep, older jobs still go
-    } else if (m_spool.commit(m_renderPath, m_printer, &error).isEmpty()) {
-        report(m_printer + QLatin1String(": ") + error);
-        return false;
-    }
+    return deliver(id, lost);
+}
+
+bool OutputJob::deliver(const QString& id, bool lost) {
     const DeliveryResult result = m_spool.deliver(m_printer, m_settings);
     if (!result.problems.isEmpty())
         report(m_printer + QLatin1String(": printer reports ") +
                result.problems.join(QLatin1String(", ")));
-    if (!result.ok) {
-        report(QStringLiteral("cannot print on %1: %2; %3 job(s) wait in %4")
-                   .arg(m_printer, result.error)
-                   .arg(m_spool.jobs(m_printer).size())
-                   .arg(m_spool.folder()));
+    for (const QString& job : result.unreadable)
+        report(m_printer + QLatin1String(": cannot read the waiting job ") + job +
+               QLatin1String("; it stays in the spool until it can be read or is dropped"));
+    if (result.unconfirmed > 0)
+        report(m_printer + QLatin1String(": the printer took every byte but kept the connection "
+                                         "open; counted as printed"));
+    // Sent by this run, or by another run that had the queue (only sending or a person's drop
+    // takes a job out of the spool).
+    const bool waits = !id.isEmpty() && m_spool.waits(id, m_printer);
+    if (result.handedOver && waits) {
+        report(m_printer + QLatin1String(": another run is printing on it; this ticket is in "
+                                         "its queue and prints with it"));
+    } else if (!result.ok) {
+        // One substitution for all: a printer name may hold "%1" itself.
+        report(QStringLiteral("cannot print on %1: %2; %3 job(s) wait in %4 and will print when "
+                              "the printer is back")
+                   .arg(m_printer, result.error, QString::number(m_spool.jobs(m_printer).size()),
+                        m_spool.folder()));
     }
-    return result.ok;
+    return !lost && (!waits || result.handedOver);
 }
