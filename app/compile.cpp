@@ -8,6 +8,7 @@
 #include "messagecatalogue.h"
 #include "outputjob.h"
 #include "paconfiguration.h"
+#include "rtprinterdriver.h"
 #include "syncsingleton.h"
 
 #include <QBuffer>
@@ -86,6 +87,23 @@ void compile(int argc, char** argv) {
         catalogue.load(translator, basedir + file, QString());
     }
     QCoreApplication::installTranslator(&translator);
+
+    // A fiscal printer (RT) takes the document over HTTP when the run ends, never through the
+    // spool: a fiscal receipt issued later would be a false document.
+    fiscal::Dialect dialect;
+    if (RtPrinterDriver::dialectOf(
+            configuration->getStrValue(QStringLiteral("pastrel.printer.model")), &dialect)) {
+        const QString output = QFile::decodeName(outputPath);
+        if (!RtPrinterDriver::isRtOutput(output)) {
+            std::cout << PrinterDriver::kUnableToOpenFile << std::endl;
+            std::cerr << "pastrel-print: an RT prints at an http:// address, not at "
+                      << outputPath.constData() << std::endl;
+            return;
+        }
+        RtPrinterDriver driver(dialect, output, QFile::decodeName(inputPath));
+        DocumentReader(driver).parse(inputPath);
+        return;
+    }
 
     // An output naming the input would be truncated before the input is read, and the
     // document lost: the input is then read whole first (docs/robustness.md).

@@ -108,6 +108,10 @@ public:
     virtual void printSold(const QString& name, const Attributes& attributes);                 // 41
     virtual void printStatementOfAccount(const QString& name, const Attributes& attributes);   // 42
     virtual bool printDuplicate();                                                             // 43
+    // A method of the back-end's own, named by a method element the table above does not know
+    // (the fiscal printer's daily closure): true when the back-end takes it, and its elements
+    // are then ignored. The byte-stream back-ends take none.
+    virtual bool startBackEndMethod(const QString&) { return false; } // 44
 
     // Non-virtual members.
     void loadValues(const QString& doc);

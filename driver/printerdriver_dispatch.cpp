@@ -63,6 +63,13 @@ bool PrinterDriver::startElement(const QString& qName, const Attributes& attribu
         return true;
     }
 
+    if (startBackEndMethod(name)) {
+        m_method = name;
+        m_layout = nullptr;
+        startSection();
+        return true;
+    }
+
     std::cout << "File Format Not Supported" << std::endl;
     m_method.clear();
     m_layout = nullptr;

@@ -1,0 +1,248 @@
+#include "rtprinterdriver.h"
+
+#include "amount.h"
+#include "journal.h"
+#include "paconfiguration.h"
+#include "rtprinter.h"
+
+#include <QDateTime>
+#include <QUrl>
+
+#include <iostream>
+
+using namespace fiscal;
+
+namespace {
+// Characters of a non-fiscal line: the width of the suite's receipts, which every RT's roll takes.
+constexpr unsigned int kPaperWidth = 40;
+constexpr int kDefaultTimeoutSeconds = 10; // an RT prints a receipt before it answers
+constexpr int kMaxTimeoutSeconds = 600;
+const QLatin1String kScheme("http://");
+
+void say(const QString& line) {
+    std::cerr << "pastrel-print: " << line.toLocal8Bit().constData() << std::endl;
+}
+} // namespace
+
+bool RtPrinterDriver::isRtOutput(const QString& output) {
+    return output.startsWith(kScheme, Qt::CaseInsensitive);
+}
+
+bool RtPrinterDriver::dialectOf(const QString& model, Dialect* dialect) {
+    if (model.trimmed().compare(QLatin1String("rt-epson"), Qt::CaseInsensitive) == 0)
+        *dialect = Dialect::Epson;
+    else if (model.trimmed().compare(QLatin1String("rt-custom"), Qt::CaseInsensitive) == 0)
+        *dialect = Dialect::Custom;
+    else
+        return false;
+    return true;
+}
+
+RtPrinterDriver::RtPrinterDriver(Dialect dialect, const QString& output, const QString& document)
+    : PrinterDriver(QByteArrayLiteral("/dev/null"), true), m_dialect(dialect), m_output(output),
+      m_document(document), m_receipt(DepartmentTable()) {
+    if (!m_departments.parse(
+            m_configuration->getStrValue(QStringLiteral("pastrel.fiscal.departments")),
+            &m_departmentsError))
+        m_departments = DepartmentTable();
+    m_receipt = ReceiptBuilder(m_departments);
+}
+
+RtPrinterDriver::~RtPrinterDriver() = default;
+
+unsigned int RtPrinterDriver::getPaperWidth() {
+    return kPaperWidth;
+}
+
+void RtPrinterDriver::setBold() {
+    m_font = Font::Bold;
+}
+
+void RtPrinterDriver::setCharSize() {
+    m_font = Font::Normal;
+    m_justification = QStringLiteral("left");
+}
+
+void RtPrinterDriver::setCharSize(int size) {
+    m_font = size > 0 ? Font::Tall : Font::Normal;
+    m_justification = QStringLiteral("left");
+}
+
+void RtPrinterDriver::setCenterJustify() {
+    m_justification = QStringLiteral("center");
+}
+
+void RtPrinterDriver::print(unsigned int indent, const QString& text) {
+    const unsigned int length = static_cast<unsigned int>(text.size());
+    unsigned int blanks = indent;
+    if (m_justification == QLatin1String("center"))
+        blanks = length < kPaperWidth ? (kPaperWidth - length) / 2 : 0;
+    if (length > kPaperWidth)
+        blanks = 0;
+    m_pending += QString(static_cast<int>(blanks), QLatin1Char(' ')) + text;
+}
+
+void RtPrinterDriver::println(unsigned int indent, const QString& text) {
+    print(indent, text);
+    // A line of the renderer may hold line ends of its own (a header value): one printNormal
+    // each.
+    const QStringList parts = m_pending.split(QLatin1Char('\n'));
+    for (const QString& part : parts)
+        m_lines.append(TextLine{part, m_font});
+    m_pending.clear();
+}
+
+void RtPrinterDriver::println(const QString& text) {
+    println(0, text);
+}
+
+void RtPrinterDriver::printRowFiscal(const QString& name, const Attributes& attributes) {
+    if (name == QLatin1String("total"))
+        m_receipt.close(attributes);
+}
+
+void RtPrinterDriver::printRowFiscal(const QString& department, const QString& quantity,
+                                     const QString& description, const QString& price) {
+    m_receipt.addSale(department, quantity, description, price);
+}
+
+bool RtPrinterDriver::startBackEndMethod(const QString& name) {
+    if (name == QLatin1String("printFiscalClosure"))
+        m_report = Report::Closure;
+    else if (name == QLatin1String("printFiscalReport"))
+        m_report = Report::X;
+    else
+        return false;
+    return true;
+}
+
+void RtPrinterDriver::fail(const QString& what, const QString& reason) {
+    std::cout << kUnableToOpenFile << std::endl;
+    say(what + QLatin1String(": ") + reason);
+}
+
+void RtPrinterDriver::endSection() {
+    if (!m_sent)
+        send();
+    m_sent = true;
+}
+
+void RtPrinterDriver::send() {
+    const bool fiscalDocument = m_method == QLatin1String("printFullOrderFiscal") ||
+                                m_method == QLatin1String("printAbstractOrderFiscal");
+    JournalEntry entry;
+    entry.time = QDateTime::currentDateTime();
+    entry.document = m_document;
+
+    // The RT's address: the output's, or the document's printers element for "http://" alone.
+    RtSettings settings;
+    settings.dialect = m_dialect;
+    QString address = m_output.mid(kScheme.size());
+    if (address.isEmpty() || address == QLatin1String("/")) {
+        const QString host = m_printerIpAddress.contains(QLatin1Char(':'))
+                                 ? QLatin1Char('[') + m_printerIpAddress + QLatin1Char(']')
+                                 : m_printerIpAddress;
+        address = host + (m_printerPort.isEmpty() ? QString() : QLatin1Char(':') + m_printerPort);
+    }
+    const QUrl url(kScheme + address, QUrl::StrictMode);
+    const int port = url.port(80);
+    const QString what = fiscalDocument                ? QStringLiteral("fiscal receipt")
+                         : m_report == Report::Closure ? QStringLiteral("daily closure")
+                         : m_report == Report::X       ? QStringLiteral("X report")
+                                                       : QStringLiteral("non-fiscal document");
+    if (!url.isValid() || url.host().isEmpty() || port <= 0 || port > 65535) {
+        fail(what, QStringLiteral("no RT address: the output %1 and the document's printers "
+                                  "element give no host")
+                       .arg(m_output));
+        return;
+    }
+    settings.host = url.host();
+    settings.port = static_cast<quint16>(port);
+    settings.path = url.path(QUrl::FullyEncoded).toUtf8();
+    if (!url.query().isEmpty())
+        settings.path += '?' + url.query(QUrl::FullyEncoded).toUtf8();
+    if (settings.path == "/")
+        settings.path.clear();
+    settings.user = m_configuration->getStrValue(QStringLiteral("pastrel.printer.user")).toUtf8();
+    settings.password =
+        m_configuration->getStrValue(QStringLiteral("pastrel.printer.password")).toUtf8();
+    const QString operatorText =
+        m_configuration->getStrValue(QStringLiteral("pastrel.printer.operator")).trimmed();
+    bool ok = false;
+    const int operatorId = operatorText.toInt(&ok, 10);
+    settings.operatorId = ok && operatorId >= 1 && operatorId <= 99 ? operatorId : 1;
+    const int seconds =
+        m_configuration->getStrValue(QStringLiteral("pastrel.printer.timeout")).toInt(nullptr, 10);
+    settings.timeoutMs =
+        (seconds > 0 && seconds <= kMaxTimeoutSeconds ? seconds : kDefaultTimeoutSeconds) * 1000;
+    RtPrinter printer(settings);
+    entry.printer = printer.name();
+
+    RtResult result;
+    if (fiscalDocument) {
+        Receipt receipt;
+        QString error = m_departmentsError;
+        if (!error.isEmpty() || !m_receipt.finish(&receipt, &error)) {
+            // Refused before anything is sent: nothing reaches the RT.
+            fail(what, QStringLiteral("not sent: ") + error);
+            entry.outcome = QStringLiteral("not-sent");
+            QString journalError;
+            if (!Journal().append(entry, &journalError))
+                say(QStringLiteral("journal: ") + journalError);
+            return;
+        }
+        entry.amount = formatDecimal(receipt.total, kCentsScale, QLatin1Char('.'));
+        result = printer.issueReceipt(receipt);
+    } else if (m_report != Report::None) {
+        result = printer.printReport(m_report == Report::Closure ? fiscal::Report::Closure
+                                                                 : fiscal::Report::X);
+    } else {
+        if (!m_pending.isEmpty())
+            println(QString());
+        result = printer.printNonFiscal(m_lines);
+    }
+
+    entry.number = result.number;
+    entry.zNumber = result.zNumber;
+    entry.status = result.answer.printerStatus();
+    switch (result.outcome) {
+    case RtResult::Outcome::Done:
+        entry.outcome = fiscalDocument                ? QStringLiteral("issued")
+                        : m_report == Report::Closure ? QStringLiteral("closure")
+                        : m_report == Report::X       ? QStringLiteral("x-report")
+                                                      : QStringLiteral("printed");
+        break;
+    case RtResult::Outcome::Refused:
+        entry.outcome = QStringLiteral("refused");
+        break;
+    case RtResult::Outcome::NotSent:
+        entry.outcome = QStringLiteral("not-sent");
+        break;
+    case RtResult::Outcome::NotIssued:
+        entry.outcome = QStringLiteral("not-issued");
+        break;
+    case RtResult::Outcome::Unknown:
+        entry.outcome = QStringLiteral("unknown");
+        break;
+    }
+    // Non-fiscal documents are not fiscal operations: the journal keeps the RT's legal record.
+    if (fiscalDocument || m_report != Report::None) {
+        QString journalError;
+        if (!Journal().append(entry, &journalError))
+            say(QStringLiteral("journal: ") + journalError);
+    }
+
+    if (result.outcome != RtResult::Outcome::Done) {
+        fail(QStringLiteral("RT %1: %2").arg(printer.name(), what), result.reason);
+        return;
+    }
+    if (fiscalDocument)
+        say(QStringLiteral("RT %1 issued receipt number %2 (Z %3), %4 euro%5")
+                .arg(printer.name(), result.number, result.zNumber, entry.amount,
+                     result.recovered
+                         ? QStringLiteral(", found on the RT after its answer was lost")
+                         : QString()));
+    else if (m_report == Report::Closure)
+        say(QStringLiteral("RT %1 printed the daily closure number %2")
+                .arg(printer.name(), result.zNumber));
+}

@@ -1,0 +1,63 @@
+// RtPrinterDriver: the printer back-end for a fiscal printer (RT) of either dialect. Unlike the
+// byte-stream back-ends it sends nothing while the document is read: the fiscal documents'
+// rows become one receipt, checked whole; every other document's lines become one non-fiscal
+// document; the methods printFiscalClosure and printFiscalReport become the daily closure and
+// the X report. At the end of a well-formed document (endSection) it is sent to the RT once, the
+// outcome goes to the journal, and a failure is reported with the suite's "Unable To Open File"
+// line and the RT's reason on standard error.
+#pragma once
+
+#include "printerdriver.h"
+#include "receipt.h"
+#include "rtprotocol.h"
+
+#include <QVector>
+
+class RtPrinterDriver : public PrinterDriver {
+public:
+    // output is "http://HOST[:PORT][/path]", or "http://" alone for the address of the
+    // document's last printers element; document is the input file, named in the journal.
+    RtPrinterDriver(fiscal::Dialect dialect, const QString& output, const QString& document);
+    ~RtPrinterDriver() override;
+
+    // True for the output names this back-end takes: "http://...".
+    static bool isRtOutput(const QString& output);
+    // The dialect pastrel.printer.model names ("rt-epson", "rt-custom"); false for any other
+    // model.
+    static bool dialectOf(const QString& model, fiscal::Dialect* dialect);
+
+    unsigned int getPaperWidth() override;
+    void setBold() override;
+    void setCharSize() override;
+    void setCharSize(int size) override;
+    void setCenterJustify() override;
+    void fullCut() override {}       // the RT cuts at the end of each document by itself
+    void generatePulse() override {} // the RT opens its drawer for a fiscal receipt by itself
+    void startSection() override {}
+    void endSection() override;
+    void print(unsigned int indent, const QString& text) override;
+    void println(unsigned int indent, const QString& text) override;
+    void println(const QString& text) override;
+    void printRowFiscal(const QString& name, const Attributes& attributes) override;
+    void printRowFiscal(const QString& department, const QString& quantity,
+                        const QString& description, const QString& price) override;
+    void printLogo() override {} // the RT prints the shop's head from its own memory
+    bool startBackEndMethod(const QString& name) override;
+
+private:
+    void send();
+    void fail(const QString& what, const QString& reason);
+
+    fiscal::Dialect m_dialect;
+    QString m_output;
+    QString m_document;
+    fiscal::DepartmentTable m_departments;
+    QString m_departmentsError;
+    fiscal::ReceiptBuilder m_receipt;
+    QVector<fiscal::TextLine> m_lines;
+    QString m_pending; // printed text of the line not yet ended
+    fiscal::Font m_font = fiscal::Font::Normal;
+    bool m_fiscal = false;
+    enum class Report { None, Closure, X } m_report = Report::None;
+    bool m_sent = false;
+};
