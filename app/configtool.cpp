@@ -2,6 +2,7 @@
 
 #include "configcommands.h"
 #include "configeditor.h"
+#include "fiscaltool.h"
 #include "logotool.h"
 #include "paconfiguration.h"
 #include "spooltool.h"
@@ -17,7 +18,7 @@
 namespace {
 
 const char kUsage[] = "usage: pastrel-config show | get KEY | set KEY VALUE | check | edit | "
-                      "logo IMAGE [RASTER] | spool list|send|drop";
+                      "logo IMAGE [RASTER] | spool list|send|drop | fiscal last|status";
 const char kHelp[] =
     "The till's configuration, $HOME/.pastrel/conf/pastrel.conf:\n"
     "  show            the settings as an indented tree\n"
@@ -28,6 +29,8 @@ const char kHelp[] =
     "  edit            change values in a window\n"
     "  logo IMAGE [RASTER]  convert the shop's logo for the ESC/POS printer\n"
     "  spool list | send | drop JOB...|all  the jobs waiting for a printer\n"
+    "  fiscal last     the last fiscal operation of the journal\n"
+    "  fiscal status [http://HOST[:PORT]]  the fiscal printer's state and last document\n"
     "  --help, --version\n"
     "See pastrel-config(1).";
 
@@ -81,6 +84,8 @@ int configTool(int argc, char** argv) {
         return checkConfiguration();
     if (command == "spool")
         return spoolTool(argc - 1, argv + 1);
+    if (command == "fiscal")
+        return fiscalTool(argc - 1, argv + 1);
     if (command == "edit" && argc == 2)
         return edit(argc, argv);
     if (command == "logo" && (argc == 3 || argc == 4))

@@ -4,6 +4,7 @@
 #include "journal.h"
 #include "paconfiguration.h"
 #include "rtprinter.h"
+#include "syncsingleton.h"
 
 #include <QDateTime>
 #include <QUrl>
@@ -35,6 +36,34 @@ bool RtPrinterDriver::dialectOf(const QString& model, Dialect* dialect) {
         *dialect = Dialect::Custom;
     else
         return false;
+    return true;
+}
+
+bool RtPrinterDriver::settingsFor(Dialect dialect, const QString& url, RtSettings* settings) {
+    const QUrl parsed(url, QUrl::StrictMode);
+    const int port = parsed.port(80);
+    if (!parsed.isValid() || parsed.host().isEmpty() || port <= 0 || port > 65535)
+        return false;
+    settings->dialect = dialect;
+    settings->host = parsed.host();
+    settings->port = static_cast<quint16>(port);
+    settings->path = parsed.path(QUrl::FullyEncoded).toUtf8();
+    if (!parsed.query().isEmpty())
+        settings->path += '?' + parsed.query(QUrl::FullyEncoded).toUtf8();
+    if (settings->path == "/")
+        settings->path.clear();
+    const PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
+    const auto value = [configuration](const char* key) {
+        return configuration->getStrValue(QLatin1String(key)).trimmed();
+    };
+    settings->user = value("pastrel.printer.user").toUtf8();
+    settings->password = value("pastrel.printer.password").toUtf8();
+    bool ok = false;
+    const int operatorId = value("pastrel.printer.operator").toInt(&ok, 10);
+    settings->operatorId = ok && operatorId >= 1 && operatorId <= 99 ? operatorId : 1;
+    const int seconds = value("pastrel.printer.timeout").toInt(nullptr, 10);
+    settings->timeoutMs =
+        (seconds > 0 && seconds <= kMaxTimeoutSeconds ? seconds : kDefaultTimeoutSeconds) * 1000;
     return true;
 }
 
@@ -135,8 +164,6 @@ void RtPrinterDriver::send() {
     entry.document = m_document;
 
     // The RT's address: the output's, or the document's printers element for "http://" alone.
-    RtSettings settings;
-    settings.dialect = m_dialect;
     QString address = m_output.mid(kScheme.size());
     if (address.isEmpty() || address == QLatin1String("/")) {
         const QString host = m_printerIpAddress.contains(QLatin1Char(':'))
@@ -144,37 +171,17 @@ void RtPrinterDriver::send() {
                                  : m_printerIpAddress;
         address = host + (m_printerPort.isEmpty() ? QString() : QLatin1Char(':') + m_printerPort);
     }
-    const QUrl url(kScheme + address, QUrl::StrictMode);
-    const int port = url.port(80);
     const QString what = fiscalDocument                ? QStringLiteral("fiscal receipt")
                          : m_report == Report::Closure ? QStringLiteral("daily closure")
                          : m_report == Report::X       ? QStringLiteral("X report")
                                                        : QStringLiteral("non-fiscal document");
-    if (!url.isValid() || url.host().isEmpty() || port <= 0 || port > 65535) {
+    RtSettings settings;
+    if (!settingsFor(m_dialect, kScheme + address, &settings)) {
         fail(what, QStringLiteral("no RT address: the output %1 and the document's printers "
                                   "element give no host")
                        .arg(m_output));
         return;
     }
-    settings.host = url.host();
-    settings.port = static_cast<quint16>(port);
-    settings.path = url.path(QUrl::FullyEncoded).toUtf8();
-    if (!url.query().isEmpty())
-        settings.path += '?' + url.query(QUrl::FullyEncoded).toUtf8();
-    if (settings.path == "/")
-        settings.path.clear();
-    settings.user = m_configuration->getStrValue(QStringLiteral("pastrel.printer.user")).toUtf8();
-    settings.password =
-        m_configuration->getStrValue(QStringLiteral("pastrel.printer.password")).toUtf8();
-    const QString operatorText =
-        m_configuration->getStrValue(QStringLiteral("pastrel.printer.operator")).trimmed();
-    bool ok = false;
-    const int operatorId = operatorText.toInt(&ok, 10);
-    settings.operatorId = ok && operatorId >= 1 && operatorId <= 99 ? operatorId : 1;
-    const int seconds =
-        m_configuration->getStrValue(QStringLiteral("pastrel.printer.timeout")).toInt(nullptr, 10);
-    settings.timeoutMs =
-        (seconds > 0 && seconds <= kMaxTimeoutSeconds ? seconds : kDefaultTimeoutSeconds) * 1000;
     RtPrinter printer(settings);
     entry.printer = printer.name();
 

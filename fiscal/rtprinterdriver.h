@@ -9,6 +9,7 @@
 
 #include "printerdriver.h"
 #include "receipt.h"
+#include "rtprinter.h"
 #include "rtprotocol.h"
 
 #include <QVector>
@@ -25,6 +26,11 @@ public:
     // The dialect pastrel.printer.model names ("rt-epson", "rt-custom"); false for any other
     // model.
     static bool dialectOf(const QString& model, fiscal::Dialect* dialect);
+    // The RT at url ("http://HOST[:PORT][/path]") with the pastrel.printer settings: user,
+    // password, operator (1 unless 1-99) and timeout (seconds; 10 unless 1-600). False when the
+    // url names no host.
+    static bool settingsFor(fiscal::Dialect dialect, const QString& url,
+                            fiscal::RtSettings* settings);
 
     unsigned int getPaperWidth() override;
     void setBold() override;

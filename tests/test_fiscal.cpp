@@ -88,4 +88,226 @@ INSTANTIATE_TEST_SUITE_P(Fiscal, GoldenRequest, ::testing::ValuesIn(caseNames())
                              return name;
                          });
 
+// A till with an RT of the given dialect and one fiscal document.
+class Till {
+public:
+    Till(RtStandIn::Dialect dialect, const QByteArray& extraSettings = QByteArray()) {
+        home.writeConfig(
+            "pastrel : { printer : { model = \"" +
+            QByteArray(dialect == RtStandIn::Dialect::Epson ? "rt-epson" : "rt-custom") +
+            "\"; timeout = \"1\"; user = \"cassa\"; password = \"segreta\"; " + extraSettings +
+            " }; };");
+    }
+    testsupport::Run print(const QString& output, const QByteArray& rows) {
+        const QString input = home.file(QStringLiteral("input.xml"));
+        testsupport::writeFile(input, "<document><method name=\"printAbstractOrderFiscal\"/>" +
+                                          rows + "</document>");
+        return testsupport::runPrint({input, output}, home.path());
+    }
+    testsupport::Run config(const QStringList& arguments) {
+        return testsupport::runProgram(QStringLiteral(PASTREL_CONFIG_TOOL), arguments, home.path());
+    }
+    testsupport::TempHome home;
+};
+
+const QByteArray kReceipt = "<receipe_type department=\"1\" name=\"Cucina\" price=\"52.00\"/>"
+                            "<receipe_type department=\"2\" name=\"Bevande\" price=\"17.00\"/>"
+                            "<total price=\"69.00\"/>";
+
+// The answer to a receipt is lost; the run asks the RT and decides, and a till that runs the
+// document again after "not issued" gets exactly one receipt.
+struct LostAnswer {
+    const char* name;
+    RtStandIn::Dialect dialect;
+    RtStandIn::Fault fault;
+    bool issued;
+};
+
+class LostAnswerCase : public ::testing::TestWithParam<LostAnswer> {};
+
+TEST_P(LostAnswerCase, DecidedByTheRtNeverTwice) {
+    const LostAnswer& c = GetParam();
+    RtStandIn rt(c.dialect);
+    rt.setFault(c.fault, 2500); // late: well past the one-second timeout
+    Till till(c.dialect);
+    const testsupport::Run run = till.print(rt.url(), kReceipt);
+    EXPECT_EQ(rt.documents().size(), 1);
+    if (c.issued) {
+        EXPECT_EQ(run.out, "");
+        const QByteArray number = c.dialect == RtStandIn::Dialect::Epson ? "1" : "0001";
+        EXPECT_TRUE(run.err.contains("issued receipt number " + number + ' ') &&
+                    run.err.contains("found on the RT after its answer was lost"))
+            << run.err.constData();
+        EXPECT_EQ(journalTail(till.home).split('\t').value(0), "issued");
+    } else {
+        EXPECT_EQ(run.out, kUnableToOpen);
+        EXPECT_TRUE(run.err.contains("so this receipt was not issued")) << run.err.constData();
+        EXPECT_EQ(journalTail(till.home).split('\t').value(0), "not-issued");
+        EXPECT_TRUE(rt.receipts().isEmpty());
+        // The till prints the document again, as it does after "Unable To Open File".
+        EXPECT_EQ(till.print(rt.url(), kReceipt).out, "");
+    }
+    ASSERT_EQ(rt.receipts().size(), 1);
+    EXPECT_EQ(rt.receipts()[0].total, 6900);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Fiscal, LostAnswerCase,
+    ::testing::Values(LostAnswer{"DroppedAfterIssuingEpson", RtStandIn::Dialect::Epson,
+                                 RtStandIn::Fault::DropIssued, true},
+                      LostAnswer{"DroppedAfterIssuingCustom", RtStandIn::Dialect::Custom,
+                                 RtStandIn::Fault::DropIssued, true},
+                      LostAnswer{"DroppedBeforeIssuingEpson", RtStandIn::Dialect::Epson,
+                                 RtStandIn::Fault::DropNotIssued, false},
+                      LostAnswer{"DroppedBeforeIssuingCustom", RtStandIn::Dialect::Custom,
+                                 RtStandIn::Fault::DropNotIssued, false},
+                      LostAnswer{"AnsweredTooLateCustom", RtStandIn::Dialect::Custom,
+                                 RtStandIn::Fault::AnswerLate, true}),
+    [](const ::testing::TestParamInfo<LostAnswer>& info) { return std::string(info.param.name); });
+
+// A receipt the RT cannot take as the document gives it is refused before anything is sent.
+struct Invalid {
+    const char* name;
+    const char* rows;
+    const char* reason; // part of the line on standard error
+};
+
+class InvalidReceipt : public ::testing::TestWithParam<Invalid> {};
+
+TEST_P(InvalidReceipt, RtSeesNoRequest) {
+    const Invalid& c = GetParam();
+    RtStandIn rt(RtStandIn::Dialect::Epson);
+    Till till(RtStandIn::Dialect::Epson);
+    const testsupport::Run run = till.print(rt.url(), c.rows);
+    EXPECT_EQ(run.out, kUnableToOpen);
+    EXPECT_TRUE(run.err.contains(c.reason)) << run.err.constData();
+    EXPECT_TRUE(rt.requests().isEmpty());
+    EXPECT_EQ(journalTail(till.home).split('\t').value(0), "not-sent");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Fiscal, InvalidReceipt,
+    ::testing::Values(
+        Invalid{"PriceNotAnAmount",
+                "<receipe_type department=\"1\" name=\"A\" price=\"7,0x\"/><total price=\"7.00\"/>",
+                "the price \"7,0x\" is not an amount"},
+        Invalid{"PriceWithThreeDecimals",
+                "<receipe_type department=\"1\" name=\"A\" price=\"12.505\"/>"
+                "<total price=\"12.50\"/>",
+                "the price \"12.505\" is not an amount"},
+        Invalid{
+            "SalesDoNotMatchTotal",
+            "<receipe_type department=\"1\" name=\"A\" price=\"52.00\"/>"
+            "<receipe_type department=\"2\" name=\"B\" price=\"17.00\"/><total price=\"70.00\"/>",
+            "the sales add up to 69.00, the total says 70.00"},
+        Invalid{"EmptyReceipt", "<total price=\"7.00\"/>", "the receipt has no sale with a price"},
+        Invalid{"NoTotal", "<receipe_type department=\"1\" name=\"A\" price=\"7.00\"/>",
+                "the document has no total"},
+        Invalid{"SaleAfterTotal",
+                "<receipe_type department=\"1\" name=\"A\" price=\"7.00\"/><total price=\"7.00\"/>"
+                "<receipe_type department=\"1\" name=\"B\" price=\"1.00\"/>",
+                "sale 2 (\"B\"): comes after the total"},
+        Invalid{"DescriptionTooLong",
+                "<receipe_type department=\"1\" name=\"Spaghetti alla chitarra con vongole e bot\" "
+                "price=\"7.00\"/><total price=\"7.00\"/>",
+                "longer than the RT's 38 characters"},
+        Invalid{"DescriptionControlCharacter",
+                "<receipe_type department=\"1\" name=\"A&#9;B\" price=\"7.00\"/>"
+                "<total price=\"7.00\"/>",
+                "the character U+0009"},
+        Invalid{
+            "DepartmentOutOfRange",
+            "<receipe_type department=\"100\" name=\"A\" price=\"7.00\"/><total price=\"7.00\"/>",
+            "the department \"100\" is not a reparto 1-99"},
+        Invalid{"RateWithoutTable",
+                "<receipe_type department=\"22%\" name=\"A\" price=\"7.00\"/>"
+                "<total price=\"7.00\"/>",
+                "the VAT rate \"22%\" has no reparto"},
+        Invalid{"CardAboveTotal",
+                "<receipe_type department=\"1\" name=\"A\" price=\"7.00\"/>"
+                "<total price=\"7.00\" card=\"9.00\"/>",
+                "other than cash add up to 9.00"}),
+    [](const ::testing::TestParamInfo<Invalid>& info) { return std::string(info.param.name); });
+
+// The RT refuses, or cannot be reached: the suite's line, the reason in words, nothing issued.
+struct Refusal {
+    const char* name;
+    RtStandIn::Dialect dialect;
+    const char* settings;
+    const char* reason;
+    const char* outcome;
+};
+
+class RtRefusal : public ::testing::TestWithParam<Refusal> {};
+
+TEST_P(RtRefusal, NothingIssuedAndReasonSaid) {
+    const Refusal& c = GetParam();
+    RtStandIn rt(c.dialect);
+    rt.requireLogin("cassa", "segreta");
+    if (std::string(c.name) == "PaperEnd")
+        rt.setFault(RtStandIn::Fault::PaperEnd);
+    rt.refuseDepartment(2);
+    QString output = rt.url();
+    if (std::string(c.name) == "RtSwitchedOff") {
+        RtStandIn gone(c.dialect);
+        output = gone.url(); // its port is closed once it is gone
+    }
+    Till till(c.dialect, c.settings);
+    const QByteArray rows = std::string(c.name) == "RepartoRefused"
+                                ? kReceipt
+                                : QByteArray("<receipe_type department=\"1\" name=\"A\" "
+                                             "price=\"7.00\"/><total price=\"7.00\"/>");
+    const testsupport::Run run = till.print(output, rows);
+    EXPECT_EQ(run.out, kUnableToOpen);
+    EXPECT_TRUE(run.err.contains(c.reason)) << run.err.constData();
+    EXPECT_TRUE(rt.receipts().isEmpty());
+    EXPECT_EQ(journalTail(till.home).split('\t').value(0), c.outcome);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Fiscal, RtRefusal,
+    ::testing::Values(Refusal{"PaperEnd", RtStandIn::Dialect::Epson, "",
+                              "paper end: put a new roll in the RT", "refused"},
+                      Refusal{"RepartoRefused", RtStandIn::Dialect::Custom, "",
+                              "the RT does not take this reparto", "refused"},
+                      Refusal{"WrongPassword", RtStandIn::Dialect::Custom,
+                              "password = \"sbagliata\";",
+                              "the RT refused the user name or password", "refused"},
+                      Refusal{"RtSwitchedOff", RtStandIn::Dialect::Epson, "",
+                              "the RT cannot be reached", "not-sent"}),
+    [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.name); });
+
+TEST(Fiscal, ClosureIsNoMethodOfOtherPrinters) {
+    testsupport::TempHome home;
+    home.writeConfig("pastrel : { printer : { model = \"escpos\"; }; };");
+    const QString input = home.file(QStringLiteral("input.xml"));
+    testsupport::writeFile(input, "<document><method name=\"printFiscalClosure\"/></document>");
+    const testsupport::Run run =
+        testsupport::runPrint({input, home.file(QStringLiteral("out.prn"))}, home.path());
+    EXPECT_EQ(run.out, QByteArray("File Format Not Supported\n"));
+}
+
+TEST(Fiscal, ConfigToolTellsLastOperationAndRtState) {
+    RtStandIn rt(RtStandIn::Dialect::Epson);
+    Till till(RtStandIn::Dialect::Epson);
+    EXPECT_EQ(till.config({QStringLiteral("fiscal"), QStringLiteral("last")}).exitCode, 1);
+    ASSERT_EQ(till.print(rt.url(), kReceipt).out, "");
+
+    const testsupport::Run last = till.config({QStringLiteral("fiscal"), QStringLiteral("last")});
+    EXPECT_EQ(last.exitCode, 0);
+    const QList<QByteArray> fields = last.out.trimmed().split('\t');
+    ASSERT_EQ(fields.size(), 8) << last.out.constData();
+    EXPECT_EQ(fields[1], rt.url().toUtf8());
+    EXPECT_EQ(fields[2], till.home.file(QStringLiteral("input.xml")).toUtf8());
+    EXPECT_EQ(fields.mid(3).join('\t'), "issued\t1\t1\t69.00\t20110");
+
+    // Without an address: the RT of the last operation.
+    const testsupport::Run status =
+        till.config({QStringLiteral("fiscal"), QStringLiteral("status")});
+    EXPECT_EQ(status.exitCode, 0);
+    EXPECT_EQ(status.out, "RT " + rt.url().toUtf8() +
+                              ": ready\nlast document: number 1, Z 1, 69.00\nprinter status: "
+                              "20110\n");
+}
+
 } // namespace
