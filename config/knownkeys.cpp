@@ -55,7 +55,11 @@ const char* const kOtherKeys[] = {"pastrel.language.basedir",
                                   "pastrel.printer.drawerOnTime",
                                   "pastrel.printer.drawerOffTime",
                                   "pastrel.printer.logo",
-                                  "pastrel.printer.timeout"};
+                                  "pastrel.printer.timeout",
+                                  "pastrel.printer.user",
+                                  "pastrel.printer.password",
+                                  "pastrel.printer.operator",
+                                  "pastrel.fiscal.departments"};
 
 std::vector<KnownKeys::Key> buildTable() {
     std::vector<KnownKeys::Key> keys;
