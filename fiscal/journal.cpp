@@ -79,6 +79,21 @@ bool Journal::append(const JournalEntry& entry, QString* error) const {
     return true;
 }
 
+QString Journal::lastLineFor(const QString& printer) const {
+    QFile file(m_path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QString();
+    file.seek(qMax<qint64>(0, file.size() - kTailBytes));
+    QList<QByteArray> lines = file.read(kTailBytes).split('\n');
+    lines.removeLast(); // a piece after the last line end, or the empty text after it
+    const QByteArray name = printer.toUtf8();
+    for (qsizetype i = lines.size() - 1; i >= 0; --i) {
+        if (lines[i].split('\t').value(1) == name)
+            return QString::fromUtf8(lines[i]);
+    }
+    return QString();
+}
+
 QString Journal::lastLine() const {
     QFile file(m_path);
     if (!file.open(QIODevice::ReadOnly))

@@ -5,6 +5,9 @@
 // A line is eight fields separated by tabs:
 //   time (ISO 8601, local, with offset)  printer  document  outcome  RT number  Z number
 //   amount  RT status
+// For the outcome "unknown" (a receipt's answer was lost and the RT did not tell) the RT number
+// and Z number are those of the RT's last document before the receipt was sent: the next run on
+// that RT decides it from them before it issues anything.
 // Tabs and line ends inside a field become blanks; an empty field is "-". Each line is written
 // with one write() on a file opened with O_APPEND and then synced, so a crash leaves whole lines
 // only, and two tills sharing a home never mix their lines.
@@ -36,6 +39,8 @@ public:
     bool append(const JournalEntry& entry, QString* error) const;
     // The last whole line, without its line end; empty when there is none.
     QString lastLine() const;
+    // The last whole line of this printer's operations; empty when there is none.
+    QString lastLineFor(const QString& printer) const;
     static QString format(const JournalEntry& entry);
 
 private:

@@ -82,22 +82,33 @@ RtResult RtPrinter::issueReceipt(const Receipt& receipt) {
         return result;
     }
     const LastDocument baseline = lastDocument(before.answer);
+    const auto withBaseline = [&baseline](RtResult result) {
+        result.before = baseline;
+        return result;
+    };
 
     const HttpExchange exchange = post(
         receiptRequest(m_settings.dialect, receipt, m_settings.operatorId), m_settings.timeoutMs);
     if (exchange.stage == HttpExchange::Stage::Answered)
-        return answered(exchange);
+        return withBaseline(answered(exchange));
     if (exchange.stage == HttpExchange::Stage::NotSent) {
         RtResult result;
         result.outcome = RtResult::Outcome::NotSent;
         result.reason = QStringLiteral("the RT cannot be reached: ") + exchange.error;
-        return result;
+        return withBaseline(result);
     }
 
     // The request left and no answer came back: only the RT knows whether it issued it.
-    const QString lost = QStringLiteral("the RT's answer was lost (%1)").arg(exchange.error);
+    RtResult result = decide(baseline, receipt.total,
+                             QStringLiteral("the RT's answer was lost (%1)").arg(exchange.error));
+    result.before = baseline;
+    return result;
+}
+
+RtResult RtPrinter::decide(const LastDocument& baseline, qint64 total, const QString& lost) {
     const RtResult after = status();
     RtResult result;
+    result.before = baseline;
     result.answer = after.answer;
     const LastDocument last = lastDocument(after.answer);
     if (after.outcome != RtResult::Outcome::Done || !last.known || !baseline.known) {
@@ -119,7 +130,7 @@ RtResult RtPrinter::issueReceipt(const Receipt& receipt) {
     }
     const bool next = (last.zNumber == baseline.zNumber && last.number == baseline.number + 1) ||
                       (last.zNumber != baseline.zNumber && last.number == 1);
-    if (next && (!last.hasAmount || last.amount == receipt.total)) {
+    if (next && (!last.hasAmount || last.amount == total)) {
         result.outcome = RtResult::Outcome::Done;
         result.recovered = true;
         result.number = after.answer.receiptNumber();

@@ -41,6 +41,7 @@ struct RtResult {
     QString number; // the RT's document number, when issued
     QString zNumber;
     bool recovered = false; // Done after a lost answer (the RT's last document is this one)
+    LastDocument before;    // a receipt: the RT's last document before it was sent
 };
 
 class RtPrinter {
@@ -54,6 +55,10 @@ public:
     RtResult printNonFiscal(const QVector<TextLine>& lines);
     RtResult printReport(Report report);
     RtResult status();
+    // After a lost answer (lost says how), whether the receipt of total was issued: the RT's
+    // last document now against baseline, its last document before the receipt was sent. Done
+    // (issued, recovered), NotIssued, or Unknown.
+    RtResult decide(const LastDocument& baseline, qint64 total, const QString& lost);
 
 private:
     HttpExchange post(const QByteArray& body, int timeoutMs);

@@ -145,6 +145,70 @@ bool RtPrinterDriver::startBackEndMethod(const QString& name) {
     return true;
 }
 
+bool RtPrinterDriver::decideEarlier(RtPrinter& printer, qint64 total, const QString& what) {
+    // The last operation on this RT was a receipt whose answer was lost undecided. The till
+    // prints a document again after "Unable To Open File": if that earlier receipt was issued,
+    // printing this one again would give the customer a second legal receipt.
+    const Journal journal;
+    const QStringList earlier = journal.lastLineFor(printer.name()).split(QLatin1Char('\t'));
+    if (earlier.value(3) != QLatin1String("unknown"))
+        return false;
+    LastDocument baseline;
+    bool numberOk = false;
+    bool zOk = false;
+    baseline.number = earlier.value(4).toLongLong(&numberOk, 10);
+    baseline.zNumber = earlier.value(5).toLongLong(&zOk, 10);
+    baseline.known = numberOk && zOk;
+    qint64 earlierTotal = 0;
+    parseDecimal(earlier.value(6), kCentsScale, 12, &earlierTotal);
+    const bool sameReceipt = earlier.value(2) == m_document && earlierTotal == total;
+
+    const RtResult decided = printer.decide(
+        baseline, earlierTotal,
+        QStringLiteral("the answer to the receipt of %1 (%2) was lost in an earlier run")
+            .arg(earlier.value(2), earlier.value(6)));
+    JournalEntry resolution;
+    resolution.time = QDateTime::currentDateTime();
+    resolution.printer = printer.name();
+    resolution.document = earlier.value(2);
+    resolution.amount = earlier.value(6);
+    resolution.status = decided.answer.printerStatus();
+    QString journalError;
+    if (decided.outcome == RtResult::Outcome::Done) {
+        resolution.outcome = QStringLiteral("issued");
+        resolution.number = decided.number;
+        resolution.zNumber = decided.zNumber;
+        if (!journal.append(resolution, &journalError))
+            say(QStringLiteral("journal: ") + journalError);
+        if (!sameReceipt)
+            return false;
+        say(QStringLiteral("RT %1 issued receipt number %2 (Z %3), %4 euro, in an earlier run "
+                           "whose answer was lost: not issued again")
+                .arg(printer.name(), decided.number, decided.zNumber, earlier.value(6)));
+        return true;
+    }
+    if (decided.outcome == RtResult::Outcome::NotIssued) {
+        resolution.outcome = QStringLiteral("not-issued");
+        if (!journal.append(resolution, &journalError))
+            say(QStringLiteral("journal: ") + journalError);
+        return false;
+    }
+    if (!sameReceipt)
+        return false;
+    // Still undecided: this run issues nothing. When the RT did answer, the journal records
+    // this refusal, so that a person who has looked at the RT can print the document again.
+    if (decided.answer.parsed) {
+        JournalEntry refusal = resolution;
+        refusal.outcome = QStringLiteral("not-sent");
+        refusal.document = m_document;
+        if (!journal.append(refusal, &journalError))
+            say(QStringLiteral("journal: ") + journalError);
+    }
+    fail(QStringLiteral("RT %1: %2").arg(printer.name(), what),
+         QStringLiteral("not sent, it may have been issued already: ") + decided.reason);
+    return true;
+}
+
 void RtPrinterDriver::fail(const QString& what, const QString& reason) {
     std::cout << kUnableToOpenFile << std::endl;
     say(what + QLatin1String(": ") + reason);
@@ -199,7 +263,14 @@ void RtPrinterDriver::send() {
             return;
         }
         entry.amount = formatDecimal(receipt.total, kCentsScale, QLatin1Char('.'));
+        if (decideEarlier(printer, receipt.total, what))
+            return;
         result = printer.issueReceipt(receipt);
+        if (result.outcome == RtResult::Outcome::Unknown && result.before.known) {
+            // The next run decides it from the RT's last document before this one.
+            result.number = QString::number(result.before.number);
+            result.zNumber = QString::number(result.before.zNumber);
+        }
     } else if (m_report != Report::None) {
         result = printer.printReport(m_report == Report::Closure ? fiscal::Report::Closure
                                                                  : fiscal::Report::X);

@@ -52,6 +52,9 @@ public:
 
 private:
     void send();
+    // Decides an earlier receipt on this RT whose answer was lost undecided; true when this
+    // receipt must not be sent (it is that receipt, issued or still undecided).
+    bool decideEarlier(fiscal::RtPrinter& printer, qint64 total, const QString& what);
     void fail(const QString& what, const QString& reason);
 
     fiscal::Dialect m_dialect;

@@ -114,13 +114,15 @@ const QByteArray kReceipt = "<receipe_type department=\"1\" name=\"Cucina\" pric
                             "<receipe_type department=\"2\" name=\"Bevande\" price=\"17.00\"/>"
                             "<total price=\"69.00\"/>";
 
-// The answer to a receipt is lost; the run asks the RT and decides, and a till that runs the
-// document again after "not issued" gets exactly one receipt.
+// The answer to a receipt is lost. The run asks the RT and decides; when the RT does not tell
+// either, the till's next run of the same document decides it first. Either way, a till that
+// prints the document again after "Unable To Open File" ends with exactly one receipt.
 struct LostAnswer {
     const char* name;
     RtStandIn::Dialect dialect;
     RtStandIn::Fault fault;
-    bool issued;
+    int silentQueries; // status queries left unanswered after the drop
+    bool issued;       // by the first run
 };
 
 class LostAnswerCase : public ::testing::TestWithParam<LostAnswer> {};
@@ -128,13 +130,22 @@ class LostAnswerCase : public ::testing::TestWithParam<LostAnswer> {};
 TEST_P(LostAnswerCase, DecidedByTheRtNeverTwice) {
     const LostAnswer& c = GetParam();
     RtStandIn rt(c.dialect);
-    rt.setFault(c.fault, 2500); // late: well past the one-second timeout
+    rt.setFault(c.fault, 2500, c.silentQueries); // late: well past the one-second timeout
     Till till(c.dialect);
     const testsupport::Run run = till.print(rt.url(), kReceipt);
     EXPECT_EQ(rt.documents().size(), 1);
-    if (c.issued) {
+    const QByteArray number = c.dialect == RtStandIn::Dialect::Epson ? "1" : "0001";
+    if (c.silentQueries > 0) {
+        EXPECT_EQ(run.out, kUnableToOpen);
+        EXPECT_TRUE(run.err.contains("does not tell its last document")) << run.err.constData();
+        EXPECT_EQ(journalTail(till.home).split('\t').value(0), "unknown");
+        const testsupport::Run again = till.print(rt.url(), kReceipt);
+        EXPECT_EQ(again.out, "");
+        EXPECT_EQ(again.err.contains("in an earlier run whose answer was lost: not issued again"),
+                  c.issued)
+            << again.err.constData();
+    } else if (c.issued) {
         EXPECT_EQ(run.out, "");
-        const QByteArray number = c.dialect == RtStandIn::Dialect::Epson ? "1" : "0001";
         EXPECT_TRUE(run.err.contains("issued receipt number " + number + ' ') &&
                     run.err.contains("found on the RT after its answer was lost"))
             << run.err.constData();
@@ -144,25 +155,32 @@ TEST_P(LostAnswerCase, DecidedByTheRtNeverTwice) {
         EXPECT_TRUE(run.err.contains("so this receipt was not issued")) << run.err.constData();
         EXPECT_EQ(journalTail(till.home).split('\t').value(0), "not-issued");
         EXPECT_TRUE(rt.receipts().isEmpty());
-        // The till prints the document again, as it does after "Unable To Open File".
         EXPECT_EQ(till.print(rt.url(), kReceipt).out, "");
     }
     ASSERT_EQ(rt.receipts().size(), 1);
     EXPECT_EQ(rt.receipts()[0].total, 6900);
+    EXPECT_EQ(journalTail(till.home),
+              "issued\t" + number + '\t' + number + "\t69.00\t" +
+                  (c.dialect == RtStandIn::Dialect::Epson ? "20110" : "00000"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Fiscal, LostAnswerCase,
     ::testing::Values(LostAnswer{"DroppedAfterIssuingEpson", RtStandIn::Dialect::Epson,
-                                 RtStandIn::Fault::DropIssued, true},
+                                 RtStandIn::Fault::DropIssued, 0, true},
                       LostAnswer{"DroppedAfterIssuingCustom", RtStandIn::Dialect::Custom,
-                                 RtStandIn::Fault::DropIssued, true},
+                                 RtStandIn::Fault::DropIssued, 0, true},
                       LostAnswer{"DroppedBeforeIssuingEpson", RtStandIn::Dialect::Epson,
-                                 RtStandIn::Fault::DropNotIssued, false},
+                                 RtStandIn::Fault::DropNotIssued, 0, false},
                       LostAnswer{"DroppedBeforeIssuingCustom", RtStandIn::Dialect::Custom,
-                                 RtStandIn::Fault::DropNotIssued, false},
+                                 RtStandIn::Fault::DropNotIssued, 0, false},
                       LostAnswer{"AnsweredTooLateCustom", RtStandIn::Dialect::Custom,
-                                 RtStandIn::Fault::AnswerLate, true}),
+                                 RtStandIn::Fault::AnswerLate, 0, true},
+                      LostAnswer{"IssuedThenSilentDecidedNextRunEpson", RtStandIn::Dialect::Epson,
+                                 RtStandIn::Fault::DropIssued, 1, true},
+                      LostAnswer{"NotIssuedThenSilentDecidedNextRunCustom",
+                                 RtStandIn::Dialect::Custom, RtStandIn::Fault::DropNotIssued, 1,
+                                 false}),
     [](const ::testing::TestParamInfo<LostAnswer>& info) { return std::string(info.param.name); });
 
 // A receipt the RT cannot take as the document gives it is refused before anything is sent.

@@ -55,10 +55,11 @@ QString RtStandIn::url() const {
     return QStringLiteral("http://127.0.0.1:%1").arg(m_port);
 }
 
-void RtStandIn::setFault(Fault fault, int lateMs) {
+void RtStandIn::setFault(Fault fault, int lateMs, int silentQueries) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_fault = fault;
     m_lateMs = lateMs;
+    m_silentAfterDrop = silentQueries;
 }
 
 void RtStandIn::refuseDepartment(int department) {
@@ -257,6 +258,10 @@ RtStandIn::Reply RtStandIn::handle(const QByteArray& path, const QByteArray& aut
     m_isStatus.append(status);
     if (reader.hasError() || root.isEmpty())
         return Reply{true, 200, false, QStringLiteral("BAD_XML"), {}};
+    if (status && m_silentQueries > 0) {
+        --m_silentQueries;
+        return Reply{false, 200, false, QString(), {}};
+    }
     if (status)
         return lastDocumentInfo(Reply());
 
@@ -264,6 +269,8 @@ RtStandIn::Reply RtStandIn::handle(const QByteArray& path, const QByteArray& aut
     m_fault = Fault::None;
     if (fault == Fault::PaperEnd)
         return Reply{true, 200, false, QStringLiteral("EPTR_REC_EMPTY"), {}};
+    if (fault == Fault::DropIssued || fault == Fault::DropNotIssued)
+        m_silentQueries = m_silentAfterDrop;
     if (fault == Fault::DropNotIssued)
         return Reply{false, 200, false, QString(), {}};
     if (fault == Fault::AnswerLate)

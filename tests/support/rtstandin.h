@@ -43,7 +43,9 @@ public:
     QString url() const; // http://127.0.0.1:PORT
     quint16 port() const { return m_port; }
 
-    void setFault(Fault fault, int lateMs = 0);
+    // The fault of the next document; a drop also leaves the next silentQueries status queries
+    // without an answer (an RT that went away with the receipt).
+    void setFault(Fault fault, int lateMs = 0, int silentQueries = 0);
     void refuseDepartment(int department);
     void requireLogin(const QByteArray& user, const QByteArray& password);
 
@@ -90,6 +92,8 @@ private:
     QVector<bool> m_isStatus;
     Fault m_fault = Fault::None;
     int m_lateMs = 0;
+    int m_silentAfterDrop = 0;
+    int m_silentQueries = 0;
     std::set<int> m_refusedDepartments;
     QByteArray m_authorization;
 };
