@@ -77,7 +77,29 @@ RtPrinterDriver::RtPrinterDriver(Dialect dialect, const QString& output, const Q
     m_receipt = ReceiptBuilder(m_departments);
 }
 
-RtPrinterDriver::~RtPrinterDriver() = default;
+RtPrinterDriver::~RtPrinterDriver() {
+    // A document that ended before its end (malformed, cut short, over a limit) sends nothing:
+    // half a receipt is no receipt. The suite is told, as for a printer that cannot print.
+    if (m_sent || m_method.isEmpty())
+        return;
+    if (fiscalDocument()) {
+        JournalEntry entry;
+        entry.time = QDateTime::currentDateTime();
+        entry.printer = m_output;
+        entry.document = m_document;
+        entry.outcome = QStringLiteral("not-sent");
+        QString journalError;
+        if (!Journal().append(entry, &journalError))
+            say(QStringLiteral("journal: ") + journalError);
+    }
+    fail(fiscalDocument() ? QStringLiteral("fiscal receipt") : QStringLiteral("document"),
+         QStringLiteral("not sent: the document ended before its end"));
+}
+
+bool RtPrinterDriver::fiscalDocument() const {
+    return m_method == QLatin1String("printFullOrderFiscal") ||
+           m_method == QLatin1String("printAbstractOrderFiscal");
+}
 
 unsigned int RtPrinterDriver::getPaperWidth() {
     return kPaperWidth;
@@ -221,8 +243,7 @@ void RtPrinterDriver::endSection() {
 }
 
 void RtPrinterDriver::send() {
-    const bool fiscalDocument = m_method == QLatin1String("printFullOrderFiscal") ||
-                                m_method == QLatin1String("printAbstractOrderFiscal");
+    const bool fiscalDocument = this->fiscalDocument();
     JournalEntry entry;
     entry.time = QDateTime::currentDateTime();
     entry.document = m_document;
@@ -277,6 +298,8 @@ void RtPrinterDriver::send() {
     } else {
         if (!m_pending.isEmpty())
             println(QString());
+        if (m_lines.isEmpty())
+            return; // nothing rendered (printAbstractOrder): no blank paper on the RT
         result = printer.printNonFiscal(m_lines);
     }
 

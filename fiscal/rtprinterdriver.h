@@ -52,6 +52,7 @@ public:
 
 private:
     void send();
+    bool fiscalDocument() const; // the current method is one of the two fiscal documents
     // Decides an earlier receipt on this RT whose answer was lost undecided; true when this
     // receipt must not be sent (it is that receipt, issued or still undecided).
     bool decideEarlier(fiscal::RtPrinter& printer, qint64 total, const QString& what);

@@ -221,6 +221,9 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"EmptyReceipt", "<total price=\"7.00\"/>", "the receipt has no sale with a price"},
         Invalid{"NoTotal", "<receipe_type department=\"1\" name=\"A\" price=\"7.00\"/>",
                 "the document has no total"},
+        Invalid{"DocumentCutShort",
+                "<receipe_type department=\"1\" name=\"A\" price=\"7.00\"/><total price=\"7.00\"/",
+                "not sent: the document ended before its end"},
         Invalid{"SaleAfterTotal",
                 "<receipe_type department=\"1\" name=\"A\" price=\"7.00\"/><total price=\"7.00\"/>"
                 "<receipe_type department=\"1\" name=\"B\" price=\"1.00\"/>",
