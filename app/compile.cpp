@@ -89,17 +89,12 @@ void compile(int argc, char** argv) {
     QCoreApplication::installTranslator(&translator);
 
     // A fiscal printer (RT) takes the document over HTTP when the run ends, never through the
-    // spool: a fiscal receipt issued later would be a false document.
+    // spool: a fiscal receipt issued later would be a false document. A file output receives
+    // the request instead.
     fiscal::Dialect dialect;
     if (RtPrinterDriver::dialectOf(
             configuration->getStrValue(QStringLiteral("pastrel.printer.model")), &dialect)) {
         const QString output = QFile::decodeName(outputPath);
-        if (!RtPrinterDriver::isRtOutput(output)) {
-            std::cout << PrinterDriver::kUnableToOpenFile << std::endl;
-            std::cerr << "pastrel-print: an RT prints at an http:// address, not at "
-                      << outputPath.constData() << std::endl;
-            return;
-        }
         RtPrinterDriver driver(dialect, output, QFile::decodeName(inputPath));
         DocumentReader(driver).parse(inputPath);
         return;

@@ -5,7 +5,8 @@
 namespace fiscal {
 
 namespace {
-// The daily closure prints the whole day and files it: an RT takes far longer than for a receipt.
+// The daily closure prints the whole day and files it: an RT takes far longer than for a receipt
+// (rtprinterdriver.cpp writes the same wait into a request file).
 constexpr int kClosureTimeoutFactor = 6;
 
 const char* stageWords(HttpExchange::Stage stage) {

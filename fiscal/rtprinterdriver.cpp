@@ -7,6 +7,7 @@
 #include "syncsingleton.h"
 
 #include <QDateTime>
+#include <QSaveFile>
 #include <QUrl>
 
 #include <iostream>
@@ -18,6 +19,7 @@ namespace {
 constexpr unsigned int kPaperWidth = 40;
 constexpr int kDefaultTimeoutSeconds = 10; // an RT prints a receipt before it answers
 constexpr int kMaxTimeoutSeconds = 600;
+constexpr int kClosureTimeoutFactor = 6; // as RtPrinter waits for the daily closure
 const QLatin1String kScheme("http://");
 
 void say(const QString& line) {
@@ -242,7 +244,42 @@ void RtPrinterDriver::endSection() {
     m_sent = true;
 }
 
+void RtPrinterDriver::writeRequest() {
+    RtSettings settings;
+    settingsFor(m_dialect, QStringLiteral("http://request.file"), &settings);
+    QByteArray body;
+    if (fiscalDocument()) {
+        Receipt receipt;
+        QString error = m_departmentsError;
+        if (!error.isEmpty() || !m_receipt.finish(&receipt, &error)) {
+            fail(QStringLiteral("fiscal receipt"), QStringLiteral("not written: ") + error);
+            return;
+        }
+        body = receiptRequest(m_dialect, receipt, settings.operatorId);
+    } else if (m_report != Report::None) {
+        const bool closure = m_report == Report::Closure;
+        body = reportRequest(m_dialect, closure ? fiscal::Report::Closure : fiscal::Report::X,
+                             settings.operatorId,
+                             settings.timeoutMs * (closure ? kClosureTimeoutFactor : 1));
+    } else {
+        if (!m_pending.isEmpty())
+            println(QString());
+        body = nonFiscalRequest(m_dialect, m_lines, settings.operatorId);
+    }
+    // Replaced whole or not at all, like every output of the suite.
+    QSaveFile file(m_output);
+    if (!file.open(QIODevice::WriteOnly) || file.write(body) != body.size() || !file.commit()) {
+        std::cout << kUnableToOpenFile << std::endl;
+        say(QStringLiteral("cannot write the RT request to %1: %2")
+                .arg(m_output, file.errorString()));
+    }
+}
+
 void RtPrinterDriver::send() {
+    if (!isRtOutput(m_output)) {
+        writeRequest();
+        return;
+    }
     const bool fiscalDocument = this->fiscalDocument();
     JournalEntry entry;
     entry.time = QDateTime::currentDateTime();

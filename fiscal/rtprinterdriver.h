@@ -18,6 +18,8 @@ class RtPrinterDriver : public PrinterDriver {
 public:
     // output is "http://HOST[:PORT][/path]", or "http://" alone for the address of the
     // document's last printers element; document is the input file, named in the journal.
+    // Any other output is a file that receives the request instead (pastrel-preview draws it):
+    // nothing reaches an RT and nothing is journalled.
     RtPrinterDriver(fiscal::Dialect dialect, const QString& output, const QString& document);
     ~RtPrinterDriver() override;
 
@@ -52,6 +54,7 @@ public:
 
 private:
     void send();
+    void writeRequest();
     bool fiscalDocument() const; // the current method is one of the two fiscal documents
     // Decides an earlier receipt on this RT whose answer was lost undecided; true when this
     // receipt must not be sent (it is that receipt, issued or still undecided).

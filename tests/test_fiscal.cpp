@@ -5,7 +5,8 @@
 //   input.xml      the document (@PORT@: the stand-in's port)
 //   pastrel.conf   the configuration
 //   output         the output argument (default: the stand-in's http://127.0.0.1:PORT)
-//   request.xml    the document's request as the RT must receive it, written by hand
+//   request.xml    the document's request as the RT must receive it, written by hand; a run
+//                  with a file output must write the same request there
 //   journal        the last journal line's outcome, RT number, Z number, amount and RT status
 //                  (tab-separated); without it the run must write no journal line
 #include "rtstandin.h"
@@ -79,6 +80,12 @@ TEST_P(GoldenRequest, RtReceivesExpectedRequestOnce) {
     } else {
         EXPECT_TRUE(rt.receipts().isEmpty());
     }
+
+    // A file output receives the same request, and no RT is asked.
+    const QString file = home.file(QStringLiteral("request.xml"));
+    EXPECT_EQ(testsupport::runPrint({input, file}, home.path()).out, "");
+    EXPECT_BYTES(read("request.xml"), readFile(file));
+    EXPECT_EQ(rt.documents().size(), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Fiscal, GoldenRequest, ::testing::ValuesIn(caseNames()),
