@@ -83,6 +83,16 @@ bool DepartmentTable::department(const QString& text, int* department, QString* 
     return true;
 }
 
+bool DepartmentTable::rateOf(int department, qint64* rate) const {
+    for (auto it = m_byRate.cbegin(); it != m_byRate.cend(); ++it) {
+        if (it.value() == department) {
+            *rate = it.key();
+            return true;
+        }
+    }
+    return false;
+}
+
 void ReceiptBuilder::fail(const QString& reason) {
     if (m_error.isEmpty())
         m_error = reason;

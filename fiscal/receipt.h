@@ -49,6 +49,8 @@ public:
     // The reparto of a document's department text: a number 1-99 as it stands, or a rate
     // ("10%", "22,0%") looked up in the table. False with error set otherwise.
     bool department(const QString& text, int* department, QString* error) const;
+    // The VAT rate (hundredths of a percent) the table maps to department; false when none.
+    bool rateOf(int department, qint64* rate) const;
 
 private:
     QMap<qint64, int> m_byRate; // rate in hundredths of a percent -> reparto

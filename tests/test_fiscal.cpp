@@ -9,6 +9,7 @@
 //                  with a file output must write the same request there
 //   journal        the last journal line's outcome, RT number, Z number, amount and RT status
 //                  (tab-separated); without it the run must write no journal line
+#include "commercialdocument.h"
 #include "rtstandin.h"
 #include "testsupport.h"
 
@@ -336,6 +337,25 @@ TEST(Fiscal, ConfigToolTellsLastOperationAndRtState) {
     EXPECT_EQ(status.out, "RT " + rt.url().toUtf8() +
                               ": ready\nlast document: number 1, Z 1, 69.00\nprinter status: "
                               "20110\n");
+}
+
+// pastrel-preview draws a receipt request as the documento commerciale the RT will print.
+TEST(Fiscal, PreviewDrawsCommercialDocument) {
+    const QString folder = kCases + QStringLiteral("rates-and-payments-custom/");
+    const QByteArray request = readFile(folder + QStringLiteral("request.xml"));
+    fiscal::DepartmentTable departments;
+    QString error;
+    ASSERT_TRUE(departments.parse(QStringLiteral("22=1, 10=2, 4=3"), &error));
+    EXPECT_BYTES(readFile(folder + QStringLiteral("document.txt")),
+                 fiscal::commercialDocument(request, departments, 40).join('\n').toUtf8() + '\n');
+
+    testsupport::TempHome home;
+    const QString picture = home.file(QStringLiteral("receipt.png"));
+    const testsupport::Run run =
+        testsupport::runProgram(QStringLiteral(PASTREL_PREVIEW),
+                                {folder + QStringLiteral("request.xml"), picture}, home.path());
+    EXPECT_EQ(run.exitCode, 0) << run.err.constData();
+    EXPECT_TRUE(QFile::exists(picture));
 }
 
 } // namespace
