@@ -97,6 +97,8 @@ void compile(int argc, char** argv) {
         const QString output = QFile::decodeName(outputPath);
         RtPrinterDriver driver(dialect, output, QFile::decodeName(inputPath));
         DocumentReader(driver).parse(inputPath);
+        if (!driver.deliver())
+            std::cout << PrinterDriver::kUnableToOpenFile << std::endl;
         return;
     }
 

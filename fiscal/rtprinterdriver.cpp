@@ -79,24 +79,7 @@ RtPrinterDriver::RtPrinterDriver(Dialect dialect, const QString& output, const Q
     m_receipt = ReceiptBuilder(m_departments);
 }
 
-RtPrinterDriver::~RtPrinterDriver() {
-    // A document that ended before its end (malformed, cut short, over a limit) sends nothing:
-    // half a receipt is no receipt. The suite is told, as for a printer that cannot print.
-    if (m_sent || m_method.isEmpty())
-        return;
-    if (fiscalDocument()) {
-        JournalEntry entry;
-        entry.time = QDateTime::currentDateTime();
-        entry.printer = m_output;
-        entry.document = m_document;
-        entry.outcome = QStringLiteral("not-sent");
-        QString journalError;
-        if (!Journal().append(entry, &journalError))
-            say(QStringLiteral("journal: ") + journalError);
-    }
-    fail(fiscalDocument() ? QStringLiteral("fiscal receipt") : QStringLiteral("document"),
-         QStringLiteral("not sent: the document ended before its end"));
-}
+RtPrinterDriver::~RtPrinterDriver() = default;
 
 bool RtPrinterDriver::fiscalDocument() const {
     return m_method == QLatin1String("printFullOrderFiscal") ||
@@ -169,7 +152,8 @@ bool RtPrinterDriver::startBackEndMethod(const QString& name) {
     return true;
 }
 
-bool RtPrinterDriver::decideEarlier(RtPrinter& printer, qint64 total, const QString& what) {
+bool RtPrinterDriver::decideEarlier(RtPrinter& printer, qint64 total, const QString& what,
+                                    bool* delivered) {
     // The last operation on this RT was a receipt whose answer was lost undecided. The till
     // prints a document again after "Unable To Open File": if that earlier receipt was issued,
     // printing this one again would give the customer a second legal receipt.
@@ -209,6 +193,7 @@ bool RtPrinterDriver::decideEarlier(RtPrinter& printer, qint64 total, const QStr
         say(QStringLiteral("RT %1 issued receipt number %2 (Z %3), %4 euro, in an earlier run "
                            "whose answer was lost: not issued again")
                 .arg(printer.name(), decided.number, decided.zNumber, earlier.value(6)));
+        *delivered = true;
         return true;
     }
     if (decided.outcome == RtResult::Outcome::NotIssued) {
@@ -228,33 +213,52 @@ bool RtPrinterDriver::decideEarlier(RtPrinter& printer, qint64 total, const QStr
         if (!journal.append(refusal, &journalError))
             say(QStringLiteral("journal: ") + journalError);
     }
-    fail(QStringLiteral("RT %1: %2").arg(printer.name(), what),
-         QStringLiteral("not sent, it may have been issued already: ") + decided.reason);
+    *delivered =
+        fail(QStringLiteral("RT %1: %2").arg(printer.name(), what),
+             QStringLiteral("not sent, it may have been issued already: ") + decided.reason);
     return true;
 }
 
-void RtPrinterDriver::fail(const QString& what, const QString& reason) {
-    std::cout << kUnableToOpenFile << std::endl;
+bool RtPrinterDriver::fail(const QString& what, const QString& reason) {
     say(what + QLatin1String(": ") + reason);
+    return false;
 }
 
 void RtPrinterDriver::endSection() {
-    if (!m_sent)
-        send();
-    m_sent = true;
+    m_complete = true;
 }
 
-void RtPrinterDriver::writeRequest() {
+bool RtPrinterDriver::deliver() {
+    if (m_delivered || m_method.isEmpty())
+        return true; // delivered already, or no document (its method was not known)
+    m_delivered = true;
+    if (m_complete)
+        return isRtOutput(m_output) ? send() : writeRequest();
+    // A document that ended before its end (malformed, cut short, over a limit) sends nothing:
+    // half a receipt is no receipt.
+    if (fiscalDocument()) {
+        JournalEntry entry;
+        entry.time = QDateTime::currentDateTime();
+        entry.printer = m_output;
+        entry.document = m_document;
+        entry.outcome = QStringLiteral("not-sent");
+        QString journalError;
+        if (!Journal().append(entry, &journalError))
+            say(QStringLiteral("journal: ") + journalError);
+    }
+    return fail(fiscalDocument() ? QStringLiteral("fiscal receipt") : QStringLiteral("document"),
+                QStringLiteral("not sent: the document ended before its end"));
+}
+
+bool RtPrinterDriver::writeRequest() {
     RtSettings settings;
     settingsFor(m_dialect, QStringLiteral("http://request.file"), &settings);
     QByteArray body;
     if (fiscalDocument()) {
         Receipt receipt;
         QString error = m_departmentsError;
-        if (!error.isEmpty() || !m_receipt.finish(&receipt, &error)) {
-            fail(QStringLiteral("fiscal receipt"), QStringLiteral("not written: ") + error);
-            return;
-        }
+        if (!error.isEmpty() || !m_receipt.finish(&receipt, &error))
+            return fail(QStringLiteral("fiscal receipt"), QStringLiteral("not written: ") + error);
         body = receiptRequest(m_dialect, receipt, settings.operatorId);
     } else if (m_report != Report::None) {
         const bool closure = m_report == Report::Closure;
@@ -268,18 +272,13 @@ void RtPrinterDriver::writeRequest() {
     }
     // Replaced whole or not at all, like every output of the suite.
     QSaveFile file(m_output);
-    if (!file.open(QIODevice::WriteOnly) || file.write(body) != body.size() || !file.commit()) {
-        std::cout << kUnableToOpenFile << std::endl;
-        say(QStringLiteral("cannot write the RT request to %1: %2")
-                .arg(m_output, file.errorString()));
-    }
+    if (!file.open(QIODevice::WriteOnly) || file.write(body) != body.size() || !file.commit())
+        return fail(QStringLiteral("RT request"),
+                    QStringLiteral("cannot write %1: %2").arg(m_output, file.errorString()));
+    return true;
 }
 
-void RtPrinterDriver::send() {
-    if (!isRtOutput(m_output)) {
-        writeRequest();
-        return;
-    }
+bool RtPrinterDriver::send() {
     const bool fiscalDocument = this->fiscalDocument();
     JournalEntry entry;
     entry.time = QDateTime::currentDateTime();
@@ -298,12 +297,10 @@ void RtPrinterDriver::send() {
                          : m_report == Report::X       ? QStringLiteral("X report")
                                                        : QStringLiteral("non-fiscal document");
     RtSettings settings;
-    if (!settingsFor(m_dialect, kScheme + address, &settings)) {
-        fail(what, QStringLiteral("no RT address: the output %1 and the document's printers "
-                                  "element give no host")
-                       .arg(m_output));
-        return;
-    }
+    if (!settingsFor(m_dialect, kScheme + address, &settings))
+        return fail(what, QStringLiteral("no RT address: the output %1 and the document's "
+                                         "printers element give no host")
+                              .arg(m_output));
     RtPrinter printer(settings);
     entry.printer = printer.name();
 
@@ -313,16 +310,16 @@ void RtPrinterDriver::send() {
         QString error = m_departmentsError;
         if (!error.isEmpty() || !m_receipt.finish(&receipt, &error)) {
             // Refused before anything is sent: nothing reaches the RT.
-            fail(what, QStringLiteral("not sent: ") + error);
             entry.outcome = QStringLiteral("not-sent");
             QString journalError;
             if (!Journal().append(entry, &journalError))
                 say(QStringLiteral("journal: ") + journalError);
-            return;
+            return fail(what, QStringLiteral("not sent: ") + error);
         }
         entry.amount = formatDecimal(receipt.total, kCentsScale, QLatin1Char('.'));
-        if (decideEarlier(printer, receipt.total, what))
-            return;
+        bool delivered = false;
+        if (decideEarlier(printer, receipt.total, what, &delivered))
+            return delivered;
         result = printer.issueReceipt(receipt);
         if (result.outcome == RtResult::Outcome::Unknown && result.before.known) {
             // The next run decides it from the RT's last document before this one.
@@ -336,7 +333,7 @@ void RtPrinterDriver::send() {
         if (!m_pending.isEmpty())
             println(QString());
         if (m_lines.isEmpty())
-            return; // nothing rendered (printAbstractOrder): no blank paper on the RT
+            return true; // nothing rendered (printAbstractOrder): no blank paper on the RT
         result = printer.printNonFiscal(m_lines);
     }
 
@@ -370,10 +367,8 @@ void RtPrinterDriver::send() {
             say(QStringLiteral("journal: ") + journalError);
     }
 
-    if (result.outcome != RtResult::Outcome::Done) {
-        fail(QStringLiteral("RT %1: %2").arg(printer.name(), what), result.reason);
-        return;
-    }
+    if (result.outcome != RtResult::Outcome::Done)
+        return fail(QStringLiteral("RT %1: %2").arg(printer.name(), what), result.reason);
     if (fiscalDocument)
         say(QStringLiteral("RT %1 issued receipt number %2 (Z %3), %4 euro%5")
                 .arg(printer.name(), result.number, result.zNumber, entry.amount,
@@ -383,4 +378,5 @@ void RtPrinterDriver::send() {
     else if (m_report == Report::Closure)
         say(QStringLiteral("RT %1 printed the daily closure number %2")
                 .arg(printer.name(), result.zNumber));
+    return true;
 }

@@ -2,9 +2,9 @@
 // byte-stream back-ends it sends nothing while the document is read: the fiscal documents'
 // rows become one receipt, checked whole; every other document's lines become one non-fiscal
 // document; the methods printFiscalClosure and printFiscalReport become the daily closure and
-// the X report. At the end of a well-formed document (endSection) it is sent to the RT once, the
-// outcome goes to the journal, and a failure is reported with the suite's "Unable To Open File"
-// line and the RT's reason on standard error.
+// the X report. Once the document has been read, deliver() sends it to the RT once, the outcome
+// goes to the journal, and a failure is said in words on standard error (the caller prints the
+// suite's "Unable To Open File" line).
 #pragma once
 
 #include "printerdriver.h"
@@ -52,14 +52,21 @@ public:
     void printLogo() override {} // the RT prints the shop's head from its own memory
     bool startBackEndMethod(const QString& name) override;
 
+    // Sends the document read (or writes its request to a file output); false when it did not
+    // reach the RT or the RT refused it, the reason on standard error. A document that ended
+    // before its end (malformed, cut short) sends nothing and is false.
+    bool deliver();
+
 private:
-    void send();
-    void writeRequest();
+    bool send();
+    bool writeRequest();
     bool fiscalDocument() const; // the current method is one of the two fiscal documents
     // Decides an earlier receipt on this RT whose answer was lost undecided; true when this
     // receipt must not be sent (it is that receipt, issued or still undecided).
-    bool decideEarlier(fiscal::RtPrinter& printer, qint64 total, const QString& what);
-    void fail(const QString& what, const QString& reason);
+    // delivered is the run's result then.
+    bool decideEarlier(fiscal::RtPrinter& printer, qint64 total, const QString& what,
+                       bool* delivered);
+    bool fail(const QString& what, const QString& reason); // says why; false
 
     fiscal::Dialect m_dialect;
     QString m_output;
@@ -72,5 +79,6 @@ private:
     fiscal::Font m_font = fiscal::Font::Normal;
     bool m_fiscal = false;
     enum class Report { None, Closure, X } m_report = Report::None;
-    bool m_sent = false;
+    bool m_complete = false; // endSection: the document was read to its end
+    bool m_delivered = false;
 };
