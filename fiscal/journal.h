@@ -22,7 +22,8 @@ struct JournalEntry {
     QDateTime time;
     QString printer;  // http://host:port
     QString document; // the input file, as given
-    QString outcome;  // issued, refused, not-sent, not-issued, unknown, closure, x-report
+    QString outcome;  // issued, refused, not-sent, not-issued, unknown, closure, x-report,
+                      // unknown-closure, unknown-x-report
     QString number;   // the RT's document number
     QString zNumber;  // the RT's Z (daily closure) number
     QString amount;   // the receipt's total, 12.50

@@ -357,7 +357,11 @@ bool RtPrinterDriver::send() {
         entry.outcome = QStringLiteral("not-issued");
         break;
     case RtResult::Outcome::Unknown:
-        entry.outcome = QStringLiteral("unknown");
+        // Only a receipt's unknown outcome is decided by the next run; a report's is left to
+        // the person who reads the RT's paper.
+        entry.outcome = fiscalDocument                ? QStringLiteral("unknown")
+                        : m_report == Report::Closure ? QStringLiteral("unknown-closure")
+                                                      : QStringLiteral("unknown-x-report");
         break;
     }
     // Non-fiscal documents are not fiscal operations: the journal keeps the RT's legal record.
