@@ -1,8 +1,12 @@
 #include "configcommands.h"
 
+#include "codepage.h"
 #include "config.h"
 #include "knownkeys.h"
+#include "messagecatalogue.h"
 #include "paconfiguration.h"
+#include "printerbackends.h"
+#include "printerprofile.h"
 #include "syncsingleton.h"
 
 #include <QDir>
@@ -125,7 +129,7 @@ public:
                                      "read"));
         }
         checkCatalogue();
-        checkLogo();
+        checkPrinter();
     }
 
     int findings() const { return m_findings; }
@@ -181,32 +185,51 @@ private:
 
     QString value(const char* key) const { return m_config.lookup(QLatin1String(key)); }
 
-    // The catalogue pastrel-print would load, tried the way it loads it.
+    // The catalogue pastrel-print would load, found, read and checked as it does.
     void checkCatalogue() {
         const QString basedir = value("pastrel.language.basedir");
         const QString file = value("pastrel.language.file");
         if (file.isEmpty())
             return; // no catalogue configured: the labels print in English
         QTranslator translator;
-        if (file == QLatin1String("/")) {
-            const QString name = basedir + QLatin1String("/pastrel_") + QLocale::system().name();
-            if (!translator.load(name, QStringLiteral("."), QString(), QString()))
-                report(QLatin1String("pastrel.language.file = /: no catalogue for the locale ") +
-                       QLocale::system().name() + QLatin1String(" (") + name +
-                       QLatin1String(".qm); the labels print in English"));
-        } else if (!translator.load(basedir + file, QString(), QString(), QString())) {
-            report(QLatin1String("pastrel.language.basedir + file: no catalogue at ") + basedir +
-                   file + QLatin1String("; the labels print in English"));
-        }
+        MessageCatalogue catalogue;
+        QString why;
+        const bool byLocale = file == QLatin1String("/");
+        const QString name = byLocale
+                                 ? basedir + QLatin1String("/pastrel_") + QLocale::system().name()
+                                 : basedir + file;
+        const MessageCatalogue::Result result =
+            catalogue.tryLoad(translator, name, byLocale ? QStringLiteral(".") : QString(), &why);
+        if (result == MessageCatalogue::Result::NotFound && byLocale)
+            report(QLatin1String("pastrel.language.file = /: no catalogue for the locale ") +
+                   QLocale::system().name() + QLatin1String(" (") + name +
+                   QLatin1String(".qm); the labels print in English"));
+        else if (result == MessageCatalogue::Result::NotFound)
+            report(QLatin1String("pastrel.language.basedir + file: no catalogue at ") + name +
+                   QLatin1String("; the labels print in English"));
+        else if (result == MessageCatalogue::Result::Refused)
+            report(QLatin1String("pastrel.language.basedir + file: catalogue ") + why +
+                   QLatin1String("; the labels print in English"));
     }
 
-    void checkLogo() {
+    // The printer settings as pastrel-print reads them (the printer profile).
+    void checkPrinter() {
+        QStringList problems;
+        const PrinterProfile profile = PrinterProfile::fromConfig(m_config, &problems);
+        const QString model = PrinterProfile::key(PrinterProfile::Model);
+        if (!profile.model.isEmpty() && !PrinterBackends::find(profile.model))
+            report(QStringLiteral("%1 = \"%2\" is not %3; printing for the company printer")
+                       .arg(model, profile.model, PrinterBackends::names()));
+        if (!profile.codePage.isEmpty() && !CodePages::byName(profile.codePage))
+            report(QStringLiteral("%1 = \"%2\" is not PC437, PC850, PC858 or WPC1252")
+                       .arg(PrinterProfile::key(PrinterProfile::CodePage), profile.codePage));
+        for (const QString& problem : problems)
+            report(problem);
         // A relative path counts from the configuration's folder, as pastrel-print takes it.
-        const QString logo = value("pastrel.printer.logo");
-        const QFileInfo info(
-            QDir(QDir::homePath() + QLatin1String("/.pastrel/conf")).filePath(logo));
-        if (!logo.isEmpty() && !(info.isFile() && info.isReadable()))
-            report(QLatin1String("pastrel.printer.logo: no readable file at ") + logo);
+        const QFileInfo info(profile.logoPath);
+        if (!profile.logo.isEmpty() && !(info.isFile() && info.isReadable()))
+            report(PrinterProfile::key(PrinterProfile::Logo) +
+                   QLatin1String(": no readable file at ") + profile.logo);
     }
 
     const libconfig::Config& m_config;

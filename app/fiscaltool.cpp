@@ -3,6 +3,7 @@
 #include "amount.h"
 #include "journal.h"
 #include "paconfiguration.h"
+#include "printerprofile.h"
 #include "rtprinter.h"
 #include "rtprinterdriver.h"
 #include "syncsingleton.h"
@@ -32,9 +33,9 @@ int last() {
 
 int status(const QString& given) {
     Dialect dialect;
-    const QString model = SyncSingleton<PAConfiguration>::instance()->getStrValue(
-        QStringLiteral("pastrel.printer.model"));
-    if (!RtPrinterDriver::dialectOf(model, &dialect)) {
+    const PrinterProfile profile =
+        PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
+    if (!RtPrinterDriver::dialectOf(profile.model, &dialect)) {
         std::cerr << "pastrel-config: pastrel.printer.model is not an RT (rt-epson or rt-custom)"
                   << std::endl;
         return 1;
@@ -43,7 +44,7 @@ int status(const QString& given) {
     const QString address =
         given.isEmpty() ? Journal().lastLine().section(QLatin1Char('\t'), 1, 1) : given;
     RtSettings settings;
-    if (!RtPrinterDriver::settingsFor(dialect, address, &settings)) {
+    if (!RtPrinterDriver::settingsFor(dialect, address, profile, &settings)) {
         std::cerr << "pastrel-config: fiscal status needs the RT's address, http://HOST[:PORT]"
                   << std::endl;
         return 1;

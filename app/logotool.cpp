@@ -1,8 +1,8 @@
 #include "logotool.h"
 
-#include "escposprinterdriver.h"
 #include "logoraster.h"
 #include "paconfiguration.h"
+#include "printerprofile.h"
 #include "syncsingleton.h"
 
 #include <QDir>
@@ -59,11 +59,9 @@ LogoRaster dither(const QImage& image, int widthDots) {
 } // namespace
 
 int convertLogo(const QString& imagePath, const QString& rasterPath) {
-    PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
-    int columns = EscPosPrinterDriver::columnsFrom(
-        configuration->getStrValue(QStringLiteral("pastrel.printer.columns")).trimmed());
-    if (columns == 0)
-        columns = EscPosPrinterDriver::kDefaultColumns;
+    const PrinterProfile profile =
+        PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
+    const int columns = profile.columns;
     const int widthDots = columns * LogoRaster::kDotsPerColumn;
 
     QImage image(imagePath);
@@ -79,9 +77,8 @@ int convertLogo(const QString& imagePath, const QString& rasterPath) {
     const LogoRaster raster = dither(image.convertToFormat(QImage::Format_ARGB32), widthDots);
 
     // The same rule as the printer's: a relative path is taken from the configuration's folder.
-    const QDir configurationFolder(QDir::homePath() + QLatin1String("/.pastrel/conf"));
-    const QString configured =
-        configuration->getStrValue(QStringLiteral("pastrel.printer.logo")).trimmed();
+    const QDir configurationFolder(PrinterProfile::configurationFolder());
+    const QString& configured = profile.logo;
     QString target = rasterPath;
     if (target.isEmpty())
         target = configurationFolder.filePath(configured.isEmpty() ? QStringLiteral("logo.raster")
@@ -98,7 +95,8 @@ int convertLogo(const QString& imagePath, const QString& rasterPath) {
               << "-column printer" << std::endl;
     if (configured.isEmpty() ||
         QFileInfo(configurationFolder.filePath(configured)) != QFileInfo(target))
-        std::cout << "pastrel-config: set pastrel.printer.logo to that file to print it"
-                  << std::endl;
+        std::cout << "pastrel-config: set "
+                  << PrinterProfile::key(PrinterProfile::Logo).toLatin1().constData()
+                  << " to that file to print it" << std::endl;
     return 0;
 }

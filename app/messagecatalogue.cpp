@@ -1,11 +1,12 @@
 #include "messagecatalogue.h"
 
+#include "diagnostics.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QTranslator>
 #include <QtEndian>
 
-#include <iostream>
 #include <vector>
 
 namespace {
@@ -146,6 +147,16 @@ QString MessageCatalogue::defect(const QByteArray& bytes) {
 
 bool MessageCatalogue::load(QTranslator& translator, const QString& name,
                             const QString& directory) {
+    QString why;
+    if (tryLoad(translator, name, directory, &why) == Result::Loaded)
+        return true;
+    Diagnostics::warn(QLatin1String("message catalogue ") + why +
+                      QLatin1String("; labels print in English"));
+    return false;
+}
+
+MessageCatalogue::Result MessageCatalogue::tryLoad(QTranslator& translator, const QString& name,
+                                                   const QString& directory, QString* why) {
     QString prefix;
     if (QFileInfo(name).isRelative() && !directory.isEmpty())
         prefix = directory.endsWith(QLatin1Char('/')) ? directory : directory + QLatin1Char('/');
@@ -162,9 +173,8 @@ bool MessageCatalogue::load(QTranslator& translator, const QString& name,
         const qsizetype cut =
             qMax(stem.lastIndexOf(QLatin1Char('_')), stem.lastIndexOf(QLatin1Char('.')));
         if (cut <= 0) {
-            std::cerr << "pastrel-print: message catalogue " << QFile::encodeName(name).constData()
-                      << " not found; labels print in English" << std::endl;
-            return false;
+            *why = name + QLatin1String(" not found");
+            return Result::NotFound;
         }
         stem.truncate(cut);
     }
@@ -180,9 +190,7 @@ bool MessageCatalogue::load(QTranslator& translator, const QString& name,
                                               static_cast<int>(m_bytes.size()), directory))
         problem = QStringLiteral("the translator did not accept it");
     if (problem.isEmpty())
-        return true;
-    std::cerr << "pastrel-print: message catalogue " << QFile::encodeName(path).constData()
-              << " refused (" << problem.toLocal8Bit().constData() << "); labels print in English"
-              << std::endl;
-    return false;
+        return Result::Loaded;
+    *why = path + QLatin1String(" refused (") + problem + QLatin1Char(')');
+    return Result::Refused;
 }

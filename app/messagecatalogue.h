@@ -27,6 +27,12 @@ public:
     // refused catalogue leaves the translator empty and writes one line on standard error.
     bool load(QTranslator& translator, const QString& name, const QString& directory);
 
+    // The same, silent: what happened, with *why describing a catalogue not found ("NAME not
+    // found") or refused ("PATH refused (REASON)"). `pastrel-config check` reports it its way.
+    enum class Result { Loaded, NotFound, Refused };
+    Result tryLoad(QTranslator& translator, const QString& name, const QString& directory,
+                   QString* why);
+
 private:
     QByteArray m_bytes; // the catalogue the translator reads
 };

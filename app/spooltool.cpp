@@ -1,6 +1,9 @@
 #include "spooltool.h"
 
+#include "paconfiguration.h"
+#include "printerbackends.h"
 #include "spool.h"
+#include "syncsingleton.h"
 
 #include <QByteArray>
 #include <QString>
@@ -24,7 +27,10 @@ int list(const Spool& spool, const QString& printer) {
 }
 
 int send(const Spool& spool, const QString& printer) {
-    const DeliverySettings settings = DeliverySettings::fromConfiguration();
+    const PrinterProfile profile =
+        PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
+    const DeliverySettings settings =
+        DeliverySettings::fromProfile(profile, PrinterBackends::choose(profile).answersStatus);
     int status = 0;
     for (const QString& name : printer.isEmpty() ? spool.printers() : QStringList{printer}) {
         // A printer with nothing waiting is not contacted.

@@ -1,5 +1,7 @@
 #include "config.h"
 
+#include "diagnostics.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QHash>
@@ -171,10 +173,8 @@ void Config::rebuildIndex() {
 Config::Stop Config::limitReached(const char* what, qint64 limit) {
     if (!m_limitReported) {
         m_limitReported = true;
-        const QString program = QCoreApplication::applicationName();
-        std::cerr << (program.isEmpty() ? "pastrel" : program.toLocal8Bit().constData()) << ": "
-                  << m_nativeFileName.constData() << ": " << what << " " << limit
-                  << "; the rest of the configuration is ignored" << std::endl;
+        Diagnostics::warn(m_nativeFileName + ": " + what + " " + QByteArray::number(limit) +
+                          "; the rest of the configuration is ignored");
     }
     return Stop::Limit;
 }
@@ -193,8 +193,7 @@ bool Config::openNativeFile(const QByteArray& path) {
     if (m_input.is_open() && !firstByteReadable())
         m_input.close();
     if (!m_input.is_open()) {
-        std::cout << "Error in the method FileReader::open( " << path.constData()
-                  << " ): File Not Found" << std::endl;
+        SuiteLines::say(SuiteLines::fileNotFound(path));
         return false;
     }
     return true;

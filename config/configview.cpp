@@ -14,6 +14,7 @@
 //    into the view is saved as "?"; "xml" as UTF-8, the XML default (no declaration is written).
 //  - printConfigTree writes Latin-1 bytes, the 8-bit text every lookup of the suite returns.
 #include "config.h"
+#include "diagnostics.h"
 #include "paconfiguration.h"
 
 #include <QDomElement>
@@ -26,7 +27,6 @@
 #include <QTreeWidgetItem>
 
 #include <algorithm>
-#include <iostream>
 #include <vector>
 
 #include <fcntl.h>
@@ -104,8 +104,7 @@ void addSettingItems(QTreeWidgetItem* item, const QDomElement& element) {
 // One line of printConfigTree, as 8-bit text; write() keeps any NUL of a name.
 void printLine(const QString& text) {
     const QByteArray bytes = text.toLatin1();
-    std::cout.write(bytes.constData(), bytes.size());
-    std::cout << '\n';
+    SuiteLines::write(bytes + '\n');
 }
 
 // Rebuilds the settings and groups of the element just made from item under parent.
@@ -240,9 +239,9 @@ void Config::buildConfigXmlFile(QDomNode node, QTextStream& out) {
 }
 
 void Config::printConfigTree() {
-    std::cout << "Tree " << '\n';
+    SuiteLines::write("Tree \n");
     printConfigTree(m_document ? m_document->documentElement() : QDomElement());
-    std::cout.flush();
+    SuiteLines::flush();
 }
 
 void Config::printConfigTree(QDomNode node) {

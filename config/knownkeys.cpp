@@ -1,12 +1,11 @@
 #include "knownkeys.h"
 
+#include "documenttypes.h"
+#include "printerprofile.h"
+
 #include <algorithm>
 
 namespace {
-
-// The document types' groups, as the renderer names them (PrinterDriver::documentPath).
-const char* const kDocumentGroups[] = {"doc",        "prefiscaldoc", "fiscaldoc", "receiptdoc",
-                                       "invoicedoc", "deliverydoc",  "reportdoc", "solddoc"};
 
 // The layout settings PrinterDriver::loadValues and the header blocks read under each group.
 const char* const kDocumentValues[] = {"quantityFieldWidth",
@@ -34,45 +33,27 @@ const char* const kDocumentFlags[] = {"printGeometry",
                                       "printNote",
                                       "openCashDrawer"};
 
-// Keys outside the document groups: the catalogue (compile), the logger, the database and tools
-// settings of HLibrary, and the printer.
-const char* const kOtherKeys[] = {"pastrel.language.basedir",
-                                  "pastrel.language.file",
-                                  "pastrel.logger.level",
-                                  "pastrel.logger.basedir",
-                                  "pastrel.logger.filename",
-                                  "pastrel.logger.type",
-                                  "pastrel.db.dbname",
-                                  "pastrel.db.username",
-                                  "pastrel.db.password",
-                                  "pastrel.db.hostname",
-                                  "pastrel.bin.path",
-                                  "pastrel.printer.model",
-                                  "pastrel.printer.codepage",
-                                  "pastrel.printer.columns",
-                                  "pastrel.printer.cut",
-                                  "pastrel.printer.drawerPin",
-                                  "pastrel.printer.drawerOnTime",
-                                  "pastrel.printer.drawerOffTime",
-                                  "pastrel.printer.logo",
-                                  "pastrel.printer.timeout",
-                                  "pastrel.printer.user",
-                                  "pastrel.printer.password",
-                                  "pastrel.printer.operator",
-                                  "pastrel.fiscal.departments"};
+// Keys outside the document groups and the printer's: the catalogue (compile), the logger, the
+// database and tools settings of HLibrary, and the fiscal printer's reparti table.
+const char* const kOtherKeys[] = {
+    "pastrel.language.basedir", "pastrel.language.file",   "pastrel.logger.level",
+    "pastrel.logger.basedir",   "pastrel.logger.filename", "pastrel.logger.type",
+    "pastrel.db.dbname",        "pastrel.db.username",     "pastrel.db.password",
+    "pastrel.db.hostname",      "pastrel.bin.path",        "pastrel.fiscal.departments"};
 
 std::vector<KnownKeys::Key> buildTable() {
     std::vector<KnownKeys::Key> keys;
     for (const char* name : kOtherKeys)
         keys.push_back({QLatin1String(name), false});
-    for (const char* group : kDocumentGroups) {
-        const QString prefix = QLatin1String("pastrel.") + QLatin1String(group) + QLatin1Char('.');
+    for (const PrinterSetting& setting : kPrinterSettings)
+        keys.push_back({QLatin1String(setting.key), false});
+    for (const DocumentTypes::Type& type : DocumentTypes::kTypes) {
+        const QString prefix = DocumentTypes::prefix(type);
         for (const char* value : kDocumentValues)
             keys.push_back({prefix + QLatin1String(value), false});
         for (const char* flag : kDocumentFlags)
             keys.push_back({prefix + QLatin1String(flag), true});
-        // HLibrary::copyNumber has no row for the sold list: nothing reads its copy number.
-        if (QLatin1String(group) != QLatin1String("solddoc"))
+        if (type.copyNumber)
             keys.push_back({prefix + QLatin1String("copyNumber"), false});
     }
     return keys;

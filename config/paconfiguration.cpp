@@ -3,6 +3,11 @@
 #include <QDir>
 #include <QFile>
 
+namespace {
+const char kFolder[] = "/.pastrel/conf";
+const char kFile[] = "/pastrel.conf";
+} // namespace
+
 PAConfiguration::PAConfiguration() {
     readNativeFile(nativeConfigurationPath(), QStringLiteral("cfg"));
 }
@@ -13,12 +18,16 @@ QByteArray PAConfiguration::nativeConfigurationPath() {
     // (an unset or empty HOME is "/").
     const QByteArray home = qgetenv("HOME");
     if (!home.isEmpty() && QFile::encodeName(QFile::decodeName(home)) != home)
-        return home + "/.pastrel/conf/pastrel.conf";
+        return home + kFolder + kFile;
     return QFile::encodeName(configurationPath());
 }
 
+QString PAConfiguration::configurationFolder() {
+    return QDir::homePath() + QLatin1String(kFolder);
+}
+
 QString PAConfiguration::configurationPath() {
-    return QDir::homePath() + QLatin1String("/.pastrel/conf/pastrel.conf");
+    return configurationFolder() + QLatin1String(kFile);
 }
 
 QString PAConfiguration::getStrValue(const QString& key) const {

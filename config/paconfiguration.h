@@ -8,6 +8,9 @@ class PAConfiguration : public libconfig::Config {
 public:
     PAConfiguration();
 
+    // The configuration's folder, the home directory (QDir::homePath(), so $HOME) +
+    // "/.pastrel/conf": the file, and the printer's logo named relative to it.
+    static QString configurationFolder();
     // The file this process reads: the home directory (QDir::homePath(), so $HOME) +
     // "/.pastrel/conf/pastrel.conf".
     static QString configurationPath();

@@ -30,6 +30,12 @@ CompanyPrinterDriver::CompanyPrinterDriver(const QByteArray& nativePath, bool ap
     selectCodePage(nullptr); // without pastrel.printer.codepage: UTF-8, as always
 }
 
+CompanyPrinterDriver::CompanyPrinterDriver(QIODevice* device, const PrinterProfile& profile,
+                                           SettingLookup settings)
+    : PrinterDriver(device, profile, std::move(settings)) {
+    selectCodePage(nullptr);
+}
+
 CompanyPrinterDriver::~CompanyPrinterDriver() = default;
 
 unsigned int CompanyPrinterDriver::getPaperWidth() {

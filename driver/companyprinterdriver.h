@@ -9,6 +9,8 @@ class CompanyPrinterDriver : public PrinterDriver {
 public:
     CompanyPrinterDriver(const QString& path, bool append);
     CompanyPrinterDriver(const QByteArray& nativePath, bool append);
+    CompanyPrinterDriver(QIODevice* device, const PrinterProfile& profile,
+                         SettingLookup settings = SettingLookup());
     ~CompanyPrinterDriver() override;
 
     unsigned int getPaperWidth() override;

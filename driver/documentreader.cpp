@@ -1,5 +1,6 @@
 #include "documentreader.h"
 
+#include "diagnostics.h"
 #include "printerdriver.h"
 
 #include <QFile>
@@ -7,7 +8,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <iostream>
 
 #include <fcntl.h>
 
@@ -224,8 +224,7 @@ bool DocumentReader::parse(const QByteArray& nativePath) {
     const int fd = ::open(nativePath.constData(), O_RDONLY | O_CLOEXEC);
     QFile file;
     if (fd < 0 || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        std::cerr << "pastrel-print: cannot read input " << nativePath.constData() << ": "
-                  << std::strerror(errno) << std::endl;
+        Diagnostics::warn("cannot read input " + nativePath + ": " + std::strerror(errno));
         return false; // nothing on standard output, no end sequence
     }
     return parse(file, nativePath);
@@ -241,8 +240,8 @@ bool DocumentReader::parse(QIODevice& source, const QByteArray& name) {
     // (docs/robustness.md, "Entities").
     reader.setEntityExpansionLimit(0);
     const auto report = [&](const QByteArray& what) {
-        std::cerr << "pastrel-print: " << name.constData() << ":" << reader.lineNumber() << ":"
-                  << reader.columnNumber() << ": " << what.constData() << std::endl;
+        Diagnostics::warn(name + ":" + QByteArray::number(reader.lineNumber()) + ":" +
+                          QByteArray::number(reader.columnNumber()) + ": " + what);
         return false; // elements before this point are rendered; no endDocument
     };
     m_handler.startDocument();

@@ -8,14 +8,19 @@ constexpr char EOT = '\x04'; // end of transmission: the second byte of DLE EOT
 constexpr char LF = '\x0a';  // line feed: prints the line and starts the next
 constexpr char DLE = '\x10'; // data link escape: DLE EOT n asks the status, on a live link only
 constexpr char ESC = '\x1b'; // escape
+constexpr char FS = '\x1c';  // file separator: prefix of the FS (double-byte character) commands
 constexpr char GS = '\x1d';  // group separator: prefix of the GS commands
 
 constexpr char INITIALIZE = '@';    // ESC @: back to the printer's power-on state; opens every job
 constexpr char CHARACTER_SET = 'R'; // ESC R n: international character set
 constexpr char CHARSET_USA = 0;     // n = 0: no letter remapped
 constexpr char CODE_TABLE = 't';    // ESC t n: code page (n from the page's table)
-constexpr char EMPHASIS = 'E';      // ESC E n: bold on (1) or off (0)
-constexpr char JUSTIFY = 'a';       // ESC a n: 0 left, 1 centre, 2 right (on the printer's width)
+constexpr char CANCEL_KANJI = '.';  // FS .: leave the double-byte (Chinese) character mode
+constexpr char FONT = 'M';          // ESC M n: font A (0, normal) or B (1, condensed)
+constexpr char FONT_NORMAL = 0;
+constexpr char FONT_CONDENSED = 1;
+constexpr char EMPHASIS = 'E'; // ESC E n: bold on (1) or off (0)
+constexpr char JUSTIFY = 'a';  // ESC a n: 0 left, 1 centre, 2 right (on the printer's width)
 constexpr char JUSTIFY_LEFT = 0;
 constexpr char JUSTIFY_CENTRE = 1;
 constexpr char JUSTIFY_RIGHT = 2;
@@ -31,4 +36,5 @@ constexpr char PULSE = 'p';                 // ESC p m t1 t2: drawer pulse, on t
 constexpr char RASTER_IMAGE = 'v';          // GS v 0 m xL xH yL yH d...: raster bit image
 constexpr char RASTER_FORMAT = '0';         // the '0' of GS v 0
 constexpr char RASTER_NORMAL_SCALE = 0;     // m = 0: one dot per dot
+constexpr int RASTER_BAND_ROWS = 255;       // rows per GS v 0: some firmware reads only yL
 } // namespace EscPosCodes

@@ -5,103 +5,52 @@
 #include "logoraster.h"
 #include "paconfiguration.h"
 
-#include <QDir>
-#include <QFile>
+#include "diagnostics.h"
 
-#include <iostream>
+#include <QFile>
 
 using namespace EscPosCodes;
 
 namespace {
-
-constexpr int kMaxColumns = 255;
-constexpr int kMaxPulseUnits = 255;
 constexpr int kMillisecondsPerPulseUnit = 2;
-constexpr int kDefaultDrawerOnTime = 50;   // ms: long enough for every common drawer solenoid
-constexpr int kDefaultDrawerOffTime = 500; // ms
-
-// Values a printer setting can take, and the byte each one means to the printer.
-struct Choice {
-    const char* text;
-    char value;
-};
-constexpr Choice kCuts[] = {{"partial", CUT_PARTIAL_AFTER_FEED}, {"full", CUT_FULL_AFTER_FEED}};
-constexpr Choice kDrawerPins[] = {{"2", 0}, {"5", 1}};
-
-QString printerSetting(PAConfiguration* configuration, const char* key) {
-    return configuration->getStrValue(QLatin1String("pastrel.printer.") + QLatin1String(key))
-        .trimmed();
-}
-
-// A setting the printer cannot use: the default is taken and the integrator told why, once.
-void reportSetting(const char* key, const QString& value, const char* valid, const QString& used) {
-    std::cerr << "pastrel-print: pastrel.printer." << key << " = \"" << value.toUtf8().constData()
-              << "\" is not " << valid << "; using " << used.toUtf8().constData() << std::endl;
-}
-
-template <std::size_t N>
-char choose(PAConfiguration* configuration, const char* key, const Choice (&table)[N],
-            const char* valid) {
-    const QString value = printerSetting(configuration, key);
-    for (const Choice& choice : table) {
-        if (value.compare(QLatin1String(choice.text), Qt::CaseInsensitive) == 0)
-            return choice.value;
-    }
-    if (!value.isEmpty())
-        reportSetting(key, value, valid, QLatin1String(table[0].text));
-    return table[0].value;
-}
-
-// A drawer pulse time in milliseconds as the printer's units of 2 ms.
-char pulseUnits(PAConfiguration* configuration, const char* key, int fallback) {
-    const QString value = printerSetting(configuration, key);
-    bool ok = false;
-    int milliseconds = value.toInt(&ok, 10);
-    const int maximum = kMaxPulseUnits * kMillisecondsPerPulseUnit;
-    if (!value.isEmpty() && (!ok || milliseconds < 0 || milliseconds > maximum)) {
-        reportSetting(key, value, "0 to 510 milliseconds", QString::number(fallback));
-        ok = false;
-    }
-    if (!ok)
-        milliseconds = fallback;
-    return static_cast<char>(milliseconds / kMillisecondsPerPulseUnit);
-}
-
 } // namespace
-
-int EscPosPrinterDriver::columnsFrom(const QString& setting) {
-    bool ok = false;
-    const int columns = setting.toInt(&ok, 10);
-    return ok && columns > 0 && columns <= kMaxColumns ? columns : 0;
-}
 
 EscPosPrinterDriver::EscPosPrinterDriver(const QString& path, bool append)
     : EscPosPrinterDriver(QFile::encodeName(path), append) {}
 
 EscPosPrinterDriver::EscPosPrinterDriver(const QByteArray& nativePath, bool append)
     : PrinterDriver(nativePath, append) {
+    configure();
+}
+
+EscPosPrinterDriver::EscPosPrinterDriver(QIODevice* device, const PrinterProfile& profile,
+                                         SettingLookup settings)
+    : PrinterDriver(device, profile, std::move(settings)) {
+    configure();
+}
+
+void EscPosPrinterDriver::configure() {
     selectCodePage(CodePages::byName(u"PC858")); // the euro sign and every Italian letter
-    const QString columns = printerSetting(m_configuration, "columns");
-    m_columns = columnsFrom(columns);
-    if (m_columns == 0) {
-        if (!columns.isEmpty())
-            reportSetting("columns", columns, "a number of characters from 1 to 255",
-                          QString::number(kDefaultColumns));
-        m_columns = kDefaultColumns;
-    }
-    m_cut = choose(m_configuration, "cut", kCuts, "partial or full");
-    m_drawerPin = choose(m_configuration, "drawerPin", kDrawerPins, "2 or 5");
-    m_drawerOn = pulseUnits(m_configuration, "drawerOnTime", kDefaultDrawerOnTime);
-    m_drawerOff = pulseUnits(m_configuration, "drawerOffTime", kDefaultDrawerOffTime);
-    const QString logo = printerSetting(m_configuration, "logo");
-    // A relative path is taken from the configuration's folder, where pastrel-config puts it.
-    if (!logo.isEmpty())
-        m_logoPath = QDir(QDir::homePath() + QLatin1String("/.pastrel/conf")).filePath(logo);
+    m_columns = profile().columns;
+    m_condensedColumns = profile().condensedColumns;
+    m_cut = profile().fullCut ? CUT_FULL_AFTER_FEED : CUT_PARTIAL_AFTER_FEED;
+    m_drawerPin = profile().drawerPin == 5 ? 1 : 0;
+    m_drawerOn = static_cast<char>(profile().drawerOnMs / kMillisecondsPerPulseUnit);
+    m_drawerOff = static_cast<char>(profile().drawerOffMs / kMillisecondsPerPulseUnit);
+    // Text the document carries reaches this printer without control characters.
+    setBlankControlCharacters();
 }
 
 EscPosPrinterDriver::~EscPosPrinterDriver() = default;
 
 void EscPosPrinterDriver::command(std::initializer_list<char> bytes) {
+    // Within a line the command waits with the line's text (every such command is ASCII);
+    // between lines it goes out at once.
+    if (m_lineCells > 0 || !m_line.isEmpty()) {
+        for (const char byte : bytes)
+            m_line += QLatin1Char(byte);
+        return;
+    }
     writeBytes(QByteArray(bytes.begin(), static_cast<qsizetype>(bytes.size())));
 }
 
@@ -113,11 +62,15 @@ void EscPosPrinterDriver::reset() {
     m_style = Style(); // within a document: back to plain text (the end of a bold heading)
     if (m_started)
         return;
-    // The start of the job: a known state whatever the last job left, letters as they are
-    // (USA set) and the code page the text is encoded in.
+    // The start of the job: a known state whatever the last job left, out of the double-byte
+    // mode many 58 mm printers start in (where the bytes of à, è and € are other glyphs),
+    // letters as they are (USA set) and the code page the text is encoded in, by the printer's
+    // own number for it when the profile gives one.
     m_started = true;
-    command({ESC, INITIALIZE, ESC, CHARACTER_SET, CHARSET_USA, ESC, CODE_TABLE,
-             static_cast<char>(codePage()->escPosNumber)});
+    const int page =
+        profile().codePageNumber >= 0 ? profile().codePageNumber : codePage()->escPosNumber;
+    command({ESC, INITIALIZE, FS, CANCEL_KANJI, ESC, CHARACTER_SET, CHARSET_USA, ESC, CODE_TABLE,
+             static_cast<char>(page)});
     m_printerStyle = Style();
 }
 
@@ -165,9 +118,9 @@ void EscPosPrinterDriver::generatePulse() {
 void EscPosPrinterDriver::startSection() {}
 
 void EscPosPrinterDriver::endSection() {
-    if (m_lineOpen)
-        println(QString()); // the cut waits for the start of a line
-    m_style = Style();      // nothing of this job's formatting is left for the next
+    if (m_lineCells > 0 || !m_line.isEmpty())
+        endLine();     // the cut waits for the start of a line
+    m_style = Style(); // nothing of this job's formatting is left for the next
     applyStyle();
     fullCut();
     if (m_openCashDrawer)
@@ -177,24 +130,45 @@ void EscPosPrinterDriver::endSection() {
 void EscPosPrinterDriver::print(unsigned int indent, const QString& text) {
     // Centred text gets no blanks: the printer centres it. A line too long for the paper
     // loses its indent, as on the company printer.
-    const qsizetype length = text.size() - (text.endsWith(QLatin1Char(LF)) ? 1 : 0);
-    const bool blanks = indent > 0 && !m_style.centred && length <= m_columns;
+    const bool blanks = indent > 0 && !m_style.centred && text.size() <= m_columns;
     if (!blanks && text.isEmpty())
         return;
     applyStyle();
     if (blanks) {
-        write(QString(static_cast<int>(indent), QLatin1Char(' ')));
-        m_lineOpen = true;
+        m_line += QString(static_cast<int>(indent), QLatin1Char(' '));
+        m_lineCells += static_cast<int>(indent);
     }
-    write(text);
-    if (!text.isEmpty())
-        m_lineOpen = !text.endsWith(QLatin1Char(LF));
+    // A layout's own line break inside a row (the two-line rows) ends the line there.
+    qsizetype from = 0;
+    for (qsizetype end = text.indexOf(QLatin1Char(LF)); end >= 0;
+         end = text.indexOf(QLatin1Char(LF), from)) {
+        m_line += QStringView(text).mid(from, end - from);
+        m_lineCells += static_cast<int>(end - from);
+        endLine();
+        from = end + 1;
+    }
+    m_line += QStringView(text).mid(from);
+    m_lineCells += static_cast<int>(text.size() - from);
 }
 
 void EscPosPrinterDriver::println(unsigned int indent, const QString& text) {
-    // One write for the row and its line feed; an empty line gets the style too, as tall as
-    // the text around it.
-    print(indent, text + QLatin1Char(LF));
+    // An empty line gets the style too, as tall as the text around it.
+    applyStyle();
+    print(indent, text);
+    endLine();
+}
+
+void EscPosPrinterDriver::endLine() {
+    const bool condensed = m_lineCells > m_columns && m_lineCells <= m_condensedColumns;
+    const char font[] = {ESC, FONT, FONT_CONDENSED, ESC, FONT, FONT_NORMAL};
+    if (condensed)
+        writeBytes(QByteArray(font, 3));
+    m_line += QLatin1Char(LF);
+    write(m_line);
+    if (condensed)
+        writeBytes(QByteArray(font + 3, 3));
+    m_line.truncate(0); // keeps its room for the next line
+    m_lineCells = 0;
 }
 
 void EscPosPrinterDriver::println(const QString& text) {
@@ -205,7 +179,7 @@ void EscPosPrinterDriver::printRowFiscal(const QString&, const QString&, const Q
                                          const QString&) {}
 
 void EscPosPrinterDriver::printLogo() {
-    if (!m_printLogo || m_logoPath.isEmpty() || !writable())
+    if (!m_printLogo || profile().logoPath.isEmpty() || !writable())
         return;
     if (!m_logoLoaded) {
         m_logo = loadLogo(); // once per run, and so one report of a bad file
@@ -213,13 +187,13 @@ void EscPosPrinterDriver::printLogo() {
     }
     if (m_logo.isEmpty())
         return;
-    if (m_lineOpen)
-        println(QString()); // a raster image starts at the beginning of a line
+    if (m_lineCells > 0 || !m_line.isEmpty())
+        endLine(); // a raster image starts at the beginning of a line
     writeBytes(m_logo);
 }
 
 QByteArray EscPosPrinterDriver::loadLogo() const {
-    QFile file(m_logoPath);
+    QFile file(profile().logoPath);
     QString why;
     LogoRaster raster;
     // No more than the largest raster could fill: a path naming a huge file by mistake is
@@ -236,17 +210,25 @@ QByteArray EscPosPrinterDriver::loadLogo() const {
         raster = LogoRaster();
     }
     if (raster.rows == 0) {
-        std::cerr << "pastrel-print: no logo printed: " << QFile::encodeName(m_logoPath).constData()
-                  << ": " << why.toUtf8().constData() << std::endl;
+        Diagnostics::warn("no logo printed: " + QFile::encodeName(profile().logoPath) + ": " +
+                          why.toUtf8());
         return QByteArray();
     }
+    // In bands of at most RASTER_BAND_ROWS rows, each its own GS v 0: a printer that reads only
+    // the low byte of the height still draws a tall logo whole.
     QByteArray bytes;
-    bytes.reserve(8 + raster.dots.size());
-    for (const char byte : {GS, RASTER_IMAGE, RASTER_FORMAT, RASTER_NORMAL_SCALE})
-        bytes += byte;
-    for (const int value : {raster.bytesPerRow, raster.rows}) {
-        bytes += static_cast<char>(value & 0xFF);
-        bytes += static_cast<char>(value >> 8);
+    const int bands = (raster.rows + RASTER_BAND_ROWS - 1) / RASTER_BAND_ROWS;
+    bytes.reserve(8 * bands + raster.dots.size());
+    for (int top = 0; top < raster.rows; top += RASTER_BAND_ROWS) {
+        const int rows = qMin(RASTER_BAND_ROWS, raster.rows - top);
+        for (const char byte : {GS, RASTER_IMAGE, RASTER_FORMAT, RASTER_NORMAL_SCALE})
+            bytes += byte;
+        for (const int value : {raster.bytesPerRow, rows}) {
+            bytes += static_cast<char>(value & 0xFF);
+            bytes += static_cast<char>(value >> 8);
+        }
+        bytes += raster.dots.mid(static_cast<qsizetype>(top) * raster.bytesPerRow,
+                                 static_cast<qsizetype>(rows) * raster.bytesPerRow);
     }
-    return bytes + raster.dots;
+    return bytes;
 }

@@ -2,8 +2,9 @@
 // 80 mm thermal printers most shops own. Text goes out in the configured code page, one byte per
 // printer cell, so every row keeps the width the layout gave it; bold, the taller "other dishes"
 // of a kitchen ticket, centring, the cut, the cash drawer and the shop's logo are the printer's
-// own commands (escposcodes.h). Chosen by pastrel.printer.model = escpos; its settings are the
-// pastrel.printer keys of docs/configuration.md.
+// own commands (escposcodes.h). A row wider than the paper but within the condensed font's width
+// prints in that font instead of wrapping. Chosen by pastrel.printer.model = escpos
+// (printerbackends.cpp); its settings are the printer profile's (printerprofile.h).
 #pragma once
 
 #include "printerdriver.h"
@@ -17,12 +18,9 @@ public:
     EscPosPrinterDriver(const QString& path, bool append);
     // The same for a path given as the file system's bytes (argv).
     EscPosPrinterDriver(const QByteArray& nativePath, bool append);
+    EscPosPrinterDriver(QIODevice* device, const PrinterProfile& profile,
+                        SettingLookup settings = SettingLookup());
     ~EscPosPrinterDriver() override;
-
-    // Characters per line of the printer named by a pastrel.printer.columns value; 0 when the
-    // value is not a usable number (the caller then takes kDefaultColumns).
-    static int columnsFrom(const QString& setting);
-    static constexpr int kDefaultColumns = 48;
 
     unsigned int getPaperWidth() override;
     void reset() override;
@@ -53,22 +51,29 @@ private:
         }
     };
 
+    void configure();
     void command(std::initializer_list<char> bytes);
     // Sends what differs between the style asked for and the printer's, just before the text
     // it applies to: a request the renderer takes back before printing costs no bytes.
     void applyStyle();
+    // Sends the line held so far and its line feed, in the condensed font when it is wider than
+    // the paper and fits that font.
+    void endLine();
     QByteArray loadLogo() const;
 
-    int m_columns;
-    char m_cut;         // m of GS V m n
-    char m_drawerPin;   // m of ESC p m t1 t2
-    char m_drawerOn;    // t1, in units of 2 ms
-    char m_drawerOff;   // t2, in units of 2 ms
-    QString m_logoPath; // empty: no logo
+    int m_columns = 48;
+    int m_condensedColumns = 48;
+    char m_cut = 0;       // m of GS V m n
+    char m_drawerPin = 0; // m of ESC p m t1 t2
+    char m_drawerOn = 0;  // t1, in units of 2 ms
+    char m_drawerOff = 0; // t2, in units of 2 ms
     bool m_started = false;
-    Style m_style;           // asked for by the renderer
-    Style m_printerStyle;    // what the printer is set to
-    bool m_lineOpen = false; // text written since the last line feed
+    Style m_style;        // asked for by the renderer
+    Style m_printerStyle; // what the printer is set to
+    // The line being built: its text and style commands, and its width in cells. A line is
+    // sent whole at its line feed, once its font is known.
+    QString m_line;
+    int m_lineCells = 0;
     bool m_logoLoaded = false;
-    QByteArray m_logo; // the ready GS v 0 command; empty: no logo to print
+    QByteArray m_logo; // the ready GS v 0 commands; empty: no logo to print
 };

@@ -3,6 +3,8 @@
 #include "printerdriver.h"
 
 #include "codepage.h"
+#include "diagnostics.h"
+#include "documenttypes.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
 
@@ -11,7 +13,6 @@
 #include <QTextStream>
 
 #include <algorithm>
-#include <iostream>
 
 #include <fcntl.h>
 
@@ -29,15 +30,15 @@ int boundedWidth(int width) {
 } // namespace
 
 // The required wording, mismatched class and operation names included.
-const char* const PrinterDriver::kUnableToOpenFile =
-    "PrintManager::printAbstractOrder(...): Unable To Open File";
+const char* const PrinterDriver::kUnableToOpenFile = SuiteLines::kUnableToOpenFile;
 
 PrinterDriver::PrinterDriver(const QString& path, bool append)
     : PrinterDriver(QFile::encodeName(path), append) {}
 
 PrinterDriver::PrinterDriver(const QByteArray& nativePath, bool append)
     : m_configuration(SyncSingleton<PAConfiguration>::instance()), m_file(new QFile()),
-      m_path(nativePath), m_stream(nullptr), m_justification(QStringLiteral("left")) {
+      m_path(nativePath), m_stream(nullptr), m_justification(QStringLiteral("left")),
+      m_profile(PrinterProfile::fromConfiguration(*m_configuration)) {
     QIODevice::OpenMode mode = QIODevice::WriteOnly;
     if (append)
         mode |= QIODevice::Append;
@@ -47,15 +48,36 @@ PrinterDriver::PrinterDriver(const QByteArray& nativePath, bool append)
     // file name into another name.
     const int fd = ::open(nativePath.constData(),
                           O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC), 0666);
-    if (fd >= 0 && m_file->open(fd, mode, QFileDevice::AutoCloseHandle)) {
-        m_stream = new QTextStream(m_file);
-    } else {
-        std::cout << kUnableToOpenFile << std::endl;
-    }
+    if (fd >= 0 && m_file->open(fd, mode, QFileDevice::AutoCloseHandle))
+        openStream(m_file);
+    else
+        SuiteLines::say(kUnableToOpenFile);
+}
+
+PrinterDriver::PrinterDriver(QIODevice* device, const PrinterProfile& profile,
+                             SettingLookup settings)
+    : m_configuration(settings ? nullptr : SyncSingleton<PAConfiguration>::instance()),
+      m_file(nullptr), m_stream(nullptr), m_justification(QStringLiteral("left")),
+      m_profile(profile), m_lookup(std::move(settings)) {
+    if (device)
+        openStream(device);
+}
+
+void PrinterDriver::openStream(QIODevice* device) {
+    m_stream = new QTextStream(device);
+}
+
+bool PrinterDriver::flush() {
+    if (!m_stream)
+        return false;
+    m_stream->flush();
+    return m_stream->status() == QTextStream::Ok;
 }
 
 PrinterDriver::~PrinterDriver() {
-    if (m_stream) {
+    if (m_stream && !m_file) {
+        m_stream->flush(); // the device's owner closes it and sees its errors
+    } else if (m_stream) {
         m_stream->flush();
         const bool streamFailed = m_stream->status() != QTextStream::Ok;
         const QString streamError = m_file->errorString(); // close() may clear it
@@ -65,8 +87,7 @@ PrinterDriver::~PrinterDriver() {
             // output stays as the suite expects it; one line on standard error tells the till's
             // log why the document did not print (docs/robustness.md).
             const QString reason = streamFailed ? streamError : m_file->errorString();
-            std::cerr << "pastrel-print: write error on " << m_path.constData() << ": "
-                      << reason.toLocal8Bit().constData() << std::endl;
+            Diagnostics::warn("write error on " + m_path + ": " + reason.toLocal8Bit());
         }
     }
     delete m_stream;
@@ -78,13 +99,13 @@ bool PrinterDriver::writable() const {
 }
 
 void PrinterDriver::selectCodePage(const CodePage* fallback) {
-    const QString name =
-        m_configuration->getStrValue(QStringLiteral("pastrel.printer.codepage")).trimmed();
+    const QString& name = m_profile.codePage;
     m_codePage = name.isEmpty() ? fallback : CodePages::byName(name);
     if (!m_codePage && !name.isEmpty()) {
-        std::cerr << "pastrel-print: unknown code page \"" << name.toUtf8().constData()
-                  << "\" in pastrel.printer.codepage (PC437, PC850, PC858 or WPC1252); using "
-                  << (fallback ? fallback->name : "UTF-8") << std::endl;
+        Diagnostics::warn(QStringLiteral("unknown code page \"%1\" in %2 (PC437, PC850, PC858 or "
+                                         "WPC1252); using %3")
+                              .arg(name, PrinterProfile::key(PrinterProfile::CodePage),
+                                   QLatin1String(fallback ? fallback->name : "UTF-8")));
         m_codePage = fallback;
     }
     // Encoded text reaches the stream as Latin-1 characters, which the stream writes back as
@@ -110,11 +131,10 @@ void PrinterDriver::write(const QString& text) {
     // till's data, and a receipt full of one missing sign does not flood the log.
     for (const char32_t code : m_unencodable.mid(known).toUcs4()) {
         const QString character = QString::fromUcs4(&code, 1);
-        std::cerr << "pastrel-print: code page " << m_codePage->name << " has no \""
-                  << character.toUtf8().constData() << "\" (U+"
-                  << QByteArray::number(code, 16).toUpper().rightJustified(4, '0').constData()
-                  << "), printed as \"" << QByteArray(character.size(), '?').constData() << "\""
-                  << std::endl;
+        Diagnostics::warn(QByteArray("code page ") + m_codePage->name + " has no \"" +
+                          character.toUtf8() + "\" (U+" +
+                          QByteArray::number(code, 16).toUpper().rightJustified(4, '0') +
+                          "), printed as \"" + QByteArray(character.size(), '?') + "\"");
     }
 }
 
@@ -150,23 +170,10 @@ void PrinterDriver::printRowFiscal(const QString&, const QString&, const QString
 }
 
 QString PrinterDriver::documentPath(const QString& doc) {
-    static const struct {
-        const char* type;
-        const char* prefix;
-    } table[] = {
-        {"order", "pastrel.doc."},          {"prefiscal", "pastrel.prefiscaldoc."},
-        {"fiscal", "pastrel.fiscaldoc."},   {"receipt", "pastrel.receiptdoc."},
-        {"invoice", "pastrel.invoicedoc."}, {"delivery", "pastrel.deliverydoc."},
-        {"report", "pastrel.reportdoc."},   {"sold", "pastrel.solddoc."},
-    };
-    const QString lower = doc.toLower();
-    for (const auto& row : table) {
-        if (lower == QLatin1String(row.type))
-            return QLatin1String(row.prefix);
-    }
+    if (const DocumentTypes::Type* type = DocumentTypes::find(doc))
+        return DocumentTypes::prefix(*type);
     // Two blanks after the label: the suite's other programs match this line as it stands.
-    std::cout << "Error into PrinterDriver::documentPath:  " << lower.toLocal8Bit().constData()
-              << std::endl;
+    SuiteLines::say(SuiteLines::kDocumentPathError + doc.toLower().toLocal8Bit());
     return QStringLiteral("pastrel.prefiscaldoc.");
 }
 
@@ -225,6 +232,7 @@ QString PrinterDriver::setting(const char* key) const {
     const QString fullKey = m_documentPrefix + QLatin1String(key);
     auto known = m_settings.constFind(fullKey);
     if (known == m_settings.constEnd())
-        known = m_settings.insert(fullKey, m_configuration->getStrValue(fullKey));
+        known = m_settings.insert(fullKey, m_lookup ? m_lookup(fullKey)
+                                                    : m_configuration->getStrValue(fullKey));
     return *known;
 }

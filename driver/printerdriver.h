@@ -31,16 +31,34 @@
 // variant and total rows used by several documents (printerdriver_rows.cpp); opening the output,
 // the settings and the helpers (printerdriver.cpp). docs/documents.md describes every document
 // for the programs that write them.
+//
+// Where the bytes go: the renderer writes to the device it is given (a file, a spool file, a
+// buffer); which device is the job's business (spool/outputjob.h, chosen in app/compile.cpp).
+// The constructors on a path, which open the file themselves, stay for the suite's programs that
+// render in-process. What the document says about its own printer comes back as printerAddress().
 #pragma once
+
+#include "printerprofile.h"
 
 #include <QHash>
 #include <QString>
 #include <QXmlStreamAttributes>
 
+#include <cstddef>
+#include <functional>
+
 class PAConfiguration;
 class QFile;
+class QIODevice;
 struct CodePage;
 class QTextStream;
+
+// The printer a document names for itself: its last "printers" element, wherever it stands and
+// whatever the method. Delivery to "socket://" with no host uses it.
+struct PrinterAddress {
+    QString ipAddress;
+    QString port;
+};
 
 class PrinterDriver {
 public:
@@ -51,6 +69,13 @@ public:
     // The same for a path given as the file system's bytes (argv), which reach the file
     // unchanged even when they are not UTF-8.
     PrinterDriver(const QByteArray& nativePath, bool append);
+    // A full key's setting text, for the document settings ("pastrel.receiptdoc.paperWidth").
+    using SettingLookup = std::function<QString(const QString&)>;
+    // Writes to device, open for writing and not owned (null: the job has nowhere to go, and
+    // nothing is written). The document settings come from settings, or from the process's
+    // configuration when it is empty.
+    PrinterDriver(QIODevice* device, const PrinterProfile& profile,
+                  SettingLookup settings = SettingLookup());
     virtual ~PrinterDriver();
     PrinterDriver(const PrinterDriver&) = delete;
     PrinterDriver& operator=(const PrinterDriver&) = delete;
@@ -120,12 +145,11 @@ public:
     QString descriptionRow(const QString& first, const QString& second, const QString& third,
                            const QString& fourth, const QChar& fill, const QString& mode);
 
-    // The network address of the document's last printers element, for delivering the job.
-    const QString& printerIpAddress() const { return m_printerIpAddress; }
-    const QString& printerPort() const { return m_printerPort; }
-    // The line printed on standard output when the output cannot be opened. The suite's other
-    // programs look for exactly this line, wrong class and operation names and all, also when a
-    // printer cannot take the job: it must not be "corrected".
+    // The address of the document's last printers element, for delivering the job.
+    const PrinterAddress& printerAddress() const { return m_printerAddress; }
+    // Writes out what the text stream still holds; false when a write has failed.
+    bool flush();
+    // The line printed on standard output when the output cannot be opened (SuiteLines).
     static const char* const kUnableToOpenFile;
 
 protected:
@@ -146,9 +170,14 @@ protected:
     void write(const QString& text);
     // Control bytes as they are, past the code page (bytes from 0x80 up need a code page).
     void writeBytes(const QByteArray& bytes);
-    // Chooses the page pastrel.printer.codepage names, or fallback when the key is absent
-    // (nullptr: UTF-8). An unknown name is reported on standard error and fallback taken.
+    // Chooses the page the profile names, or fallback when it names none (nullptr: UTF-8). An
+    // unknown name is reported on standard error and fallback taken.
     void selectCodePage(const CodePage* fallback);
+    const PrinterProfile& profile() const { return m_profile; }
+    // From now on the control characters of the document's attribute values (a TAB, LF or CR
+    // written as a character reference inside a dish name) reach the layouts as blanks, so that
+    // no row of a printer that would obey them loses its width.
+    void setBlankControlCharacters() { m_blankControls = true; }
     const CodePage* codePage() const { return m_codePage; }
 
     PAConfiguration* m_configuration; // not owned
@@ -198,16 +227,26 @@ private:
     void printColumnsHeaderOnce(ColumnsHeader kind);
     void printAddress(const QString& address);
     void printLabelLine(const char* label, const QString& text);
-    // The rows several order documents share (printerdriver_rows.cpp).
+    // The blocks the order documents print for their elements (printerdriver_rows.cpp), each
+    // taking (element name, attributes) as a layout does, so that a document's routing is a table.
     static QString variantSign(const QString& quantity);
     static QString variantDescription(const Attributes& attributes);
     void requestDishSize(const QString& name);
-    void printKitchenVariantRow(const Attributes& attributes);
-    void printReceiptDishRow(const Attributes& attributes);
-    void printPricedVariantRow(const Attributes& attributes);
-    void printAbstractOrderRow(const Attributes& attributes);
+    void printCustomerBlock(const QString& name, const Attributes& attributes);
+    void printKitchenHeadingRow(const QString& name, const Attributes& attributes);
+    void printKitchenDishRow(const QString& name, const Attributes& attributes);
+    void printKitchenVariantRow(const QString& name, const Attributes& attributes);
+    void printFullOrderDishRow(const QString& name, const Attributes& attributes);
+    void printReceiptDishRow(const QString& name, const Attributes& attributes);
+    void printDeliveryDishRow(const QString& name, const Attributes& attributes);
+    void printPricedVariantRow(const QString& name, const Attributes& attributes);
+    void printAbstractOrderRow(const QString& name, const Attributes& attributes);
+    void printTotalBlock(const QString& name, const Attributes& attributes);
+    void printBoldTotalBlock(const QString& name, const Attributes& attributes);
+    void printNotPaidLine(const QString& name, const Attributes& attributes);
+    void printAbstractNotPaidLine(const QString& name, const Attributes& attributes);
     void printTotalRow(const char* label, const QString& amount);
-    void printTaxSummary(const Attributes& attributes);
+    void printTaxSummary(const QString& name, const Attributes& attributes);
     // The lines of the summary report (printerdriver_reports.cpp).
     QString dottedLabel(const QString& label);
     void printReportTitle(const char* title);
@@ -215,8 +254,32 @@ private:
     void printSerialsLine(const Attributes& attributes);
     Layout m_layout = nullptr; // the layout operation named by m_method
 
+    // One row of an order document's routing: an element name and the block that prints it.
+    struct Route {
+        const char* element;
+        Layout block;
+    };
+    // The element goes to printSections first (the common blocks), then to the block of the
+    // route that names it; an element no route names prints nothing.
+    template <std::size_t N>
+    void route(const Route (&routes)[N], const QString& name, const Attributes& attributes) {
+        if (printSections(name, attributes))
+            return;
+        for (const Route& r : routes) {
+            if (name == QLatin1String(r.element)) {
+                (this->*r.block)(name, attributes);
+                return;
+            }
+        }
+    }
+
     const CodePage* m_codePage = nullptr; // null: UTF-8 text
     QString m_unencodable;                // characters the page lacks, each reported once
     // setting() answers, by full key.
     mutable QHash<QString, QString> m_settings;
+    PrinterProfile m_profile;
+    SettingLookup m_lookup; // empty: m_configuration
+    PrinterAddress m_printerAddress;
+    bool m_blankControls = false;
+    void openStream(QIODevice* device);
 };

@@ -2,15 +2,54 @@
 // every other element goes to the current layout.
 #include "printerdriver.h"
 
-#include <iostream>
+#include "diagnostics.h"
+
+#include <algorithm>
 
 namespace {
 
 enum class Duplicate { Unchanged, SetTrue, SetFalse };
 
+bool isControl(char16_t c) {
+    return c < 0x20 || (c >= 0x7f && c < 0xa0);
+}
+
+bool isControlChar(QChar c) {
+    return isControl(c.unicode());
+}
+
+bool hasControlCharacter(const PrinterDriver::Attributes& attributes) {
+    // Every element of every document passes here: one plain pass over the values' code units.
+    for (const auto& attribute : attributes) {
+        const QStringView text = attribute.value();
+        const char16_t* unit = text.utf16();
+        for (const char16_t* end = unit + text.size(); unit != end; ++unit) {
+            if (isControl(*unit))
+                return true;
+        }
+    }
+    return false;
+}
+
+PrinterDriver::Attributes blanked(const PrinterDriver::Attributes& attributes) {
+    PrinterDriver::Attributes clean;
+    for (const auto& attribute : attributes) {
+        QString text = attribute.value().toString();
+        std::replace_if(text.begin(), text.end(), isControlChar, QLatin1Char(' '));
+        clean.append(attribute.qualifiedName().toString(), text);
+    }
+    return clean;
+}
+
 } // namespace
 
 bool PrinterDriver::startElement(const QString& qName, const Attributes& attributes) {
+    if (m_blankControls && hasControlCharacter(attributes))
+        return startElement(qName, blanked(attributes));
+    // The document's own printer, for the job, whatever the method and wherever the element
+    // stands (before the method too); the last one wins. printSections keeps its own copy.
+    if (qName == QLatin1String("printers"))
+        m_printerAddress = {value(attributes, "ipaddress"), value(attributes, "port")};
     if (qName != QLatin1String("method")) {
         if (m_layout)
             (this->*m_layout)(qName, attributes);
@@ -70,7 +109,7 @@ bool PrinterDriver::startElement(const QString& qName, const Attributes& attribu
         return true;
     }
 
-    std::cout << "File Format Not Supported" << std::endl;
+    SuiteLines::say(SuiteLines::kFileFormatNotSupported);
     m_method.clear();
     m_layout = nullptr;
     return false; // stops the parse with an error: no endDocument, no end sequence

@@ -3,33 +3,28 @@
 #include "printerdriver.h"
 
 void PrinterDriver::printFullOrderInvoice(const QString& name, const Attributes& attributes) {
-    if (printSections(name, attributes))
-        return;
-    if (name == QLatin1String("customer")) {
-        printCustomerHeader(attributes);
-    } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
-        // The receipt's dish row; the "=" marker of printFullOrder does not apply here.
-        printReceiptDishRow(attributes);
-    } else if (name == QLatin1String("variant")) {
-        printPricedVariantRow(attributes); // the full order's variant row
-    } else if (name == QLatin1String("totals")) {
-        printTaxSummary(attributes); // the abstract invoice's four rows
-    }
+    // The receipt's dish row (the "=" marker of printFullOrder does not apply here), the full
+    // order's variant row and the abstract invoice's tax summary.
+    static const Route routes[] = {
+        {"customer", &PrinterDriver::printCustomerBlock},
+        {"receipe", &PrinterDriver::printReceiptDishRow},
+        {"otherreceipe", &PrinterDriver::printReceiptDishRow},
+        {"variant", &PrinterDriver::printPricedVariantRow},
+        {"totals", &PrinterDriver::printTaxSummary},
+    };
+    route(routes, name, attributes);
 }
 
 void PrinterDriver::printAbstractOrderInvoice(const QString& name, const Attributes& attributes) {
-    if (printSections(name, attributes))
-        return;
-    if (name == QLatin1String("customer")) {
-        printCustomerHeader(attributes);
-    } else if (name == QLatin1String("receipe_type")) {
-        printAbstractOrderRow(attributes);
-    } else if (name == QLatin1String("totals")) {
-        printTaxSummary(attributes);
-    }
+    static const Route routes[] = {
+        {"customer", &PrinterDriver::printCustomerBlock},
+        {"receipe_type", &PrinterDriver::printAbstractOrderRow},
+        {"totals", &PrinterDriver::printTaxSummary},
+    };
+    route(routes, name, attributes);
 }
 
-void PrinterDriver::printTaxSummary(const Attributes& attributes) {
+void PrinterDriver::printTaxSummary(const QString&, const Attributes& attributes) {
     setBold();
     println(QString());
     printTotalRow("Taxable", value(attributes, "taxable"));
@@ -40,18 +35,12 @@ void PrinterDriver::printTaxSummary(const Attributes& attributes) {
 }
 
 void PrinterDriver::printFullOrderDelivery(const QString& name, const Attributes& attributes) {
-    if (printSections(name, attributes))
-        return;
-    if (name == QLatin1String("customer")) {
-        printCustomerHeader(attributes);
-    } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
-        // No prices on a delivery note: empty price and amount headings.
-        printColumnsHeaderOnce(ColumnsHeader::Unpriced);
-        requestDishSize(name); // the size requests of the kitchen ticket
-        // Blank fill: dots leading to no amount would only waste ink.
-        println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
-                               QString(), QLatin1Char(' '), QStringLiteral("qxd")));
-    } else if (name == QLatin1String("variant")) {
-        printKitchenVariantRow(attributes); // the kitchen ticket's variant row
-    }
+    // The kitchen ticket's variant row: no prices on a delivery note.
+    static const Route routes[] = {
+        {"customer", &PrinterDriver::printCustomerBlock},
+        {"receipe", &PrinterDriver::printDeliveryDishRow},
+        {"otherreceipe", &PrinterDriver::printDeliveryDishRow},
+        {"variant", &PrinterDriver::printKitchenVariantRow},
+    };
+    route(routes, name, attributes);
 }

@@ -4,23 +4,16 @@
 #include "printerdriver.h"
 
 void PrinterDriver::printPartialOrder(const QString& name, const Attributes& attributes) {
-    if (printSections(name, attributes))
-        return;
-    if (name == QLatin1String("customer")) {
-        printCustomerHeader(attributes);
-    } else if (name == QLatin1String("orderinfo")) {
+    static const Route routes[] = {
+        {"customer", &PrinterDriver::printCustomerBlock},
         // Unreachable on purpose: printSections() prints the order block for "orderinfo" first,
         // so a kitchen ticket has no Num/Description heading.
-        setBold();
-        println(descriptionRow(tr("Num"), tr("Description"), QString(), QString(), QLatin1Char(' '),
-                               QStringLiteral("qd")));
-    } else if (name == QLatin1String("receipe") || name == QLatin1String("otherreceipe")) {
-        requestDishSize(name);
-        println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
-                               QString(), QLatin1Char('.'), QStringLiteral("qd")));
-    } else if (name == QLatin1String("variant")) {
-        printKitchenVariantRow(attributes);
-    }
+        {"orderinfo", &PrinterDriver::printKitchenHeadingRow},
+        {"receipe", &PrinterDriver::printKitchenDishRow},
+        {"otherreceipe", &PrinterDriver::printKitchenDishRow},
+        {"variant", &PrinterDriver::printKitchenVariantRow},
+    };
+    route(routes, name, attributes);
 }
 
 void PrinterDriver::printAbstractOrder(const QString&, const Attributes&) {

@@ -3,58 +3,30 @@
 #include "printerdriver.h"
 
 void PrinterDriver::printFullOrder(const QString& name, const Attributes& attributes) {
-    if (printSections(name, attributes))
-        return;
-    if (name == QLatin1String("customer")) {
-        printCustomerHeader(attributes);
-    } else if (name == QLatin1String("receipe")) {
-        const QString dish = value(attributes, "name");
-        // A dish whose name begins with "=" is skipped, heading request included: a leading "=" is
-        // how the producing programs mark a dish this document must leave out. Its variants print.
-        if (dish.startsWith(QLatin1Char('=')))
-            return;
-        printColumnsHeaderOnce(ColumnsHeader::Priced);
-        println(descriptionRow(value(attributes, "number"), dish, value(attributes, "price"),
-                               value(attributes, "totalPrice"), QLatin1Char('.'),
-                               QStringLiteral("qdpt")));
-    } else if (name == QLatin1String("variant")) {
-        printPricedVariantRow(attributes);
-    } else if (name == QLatin1String("total")) {
-        println(QString());
-        setBold();
-        printTotalRow("TOTAL", value(attributes, "price"));
-    }
+    static const Route routes[] = {
+        {"customer", &PrinterDriver::printCustomerBlock},
+        {"receipe", &PrinterDriver::printFullOrderDishRow},
+        {"variant", &PrinterDriver::printPricedVariantRow},
+        {"total", &PrinterDriver::printBoldTotalBlock},
+    };
+    route(routes, name, attributes);
 }
 
 void PrinterDriver::printFullOrderReceipt(const QString& name, const Attributes& attributes) {
-    if (printSections(name, attributes))
-        return;
-    if (name == QLatin1String("customer")) {
-        printCustomerHeader(attributes);
-    } else if (name == QLatin1String("receipe")) {
-        printReceiptDishRow(attributes);
-    } else if (name == QLatin1String("total")) {
-        println(QString());
-        printTotalRow("TOTAL", value(attributes, "price"));
-    } else if (name == QLatin1String("notPaid")) {
-        println(QString());
-        // Four leading blanks and one trailing blank belong to the label (and its translation).
-        println(tr("    Amount not paid: ") + value(attributes, "price"));
-    }
+    static const Route routes[] = {
+        {"customer", &PrinterDriver::printCustomerBlock},
+        {"receipe", &PrinterDriver::printReceiptDishRow},
+        {"total", &PrinterDriver::printTotalBlock},
+        {"notPaid", &PrinterDriver::printNotPaidLine},
+    };
+    route(routes, name, attributes);
 }
 
 void PrinterDriver::printAbstractOrderReceipt(const QString& name, const Attributes& attributes) {
-    if (printSections(name, attributes))
-        return;
-    if (name == QLatin1String("receipe_type")) {
-        printAbstractOrderRow(attributes);
-    } else if (name == QLatin1String("total")) {
-        println(QString());
-        printTotalRow("TOTAL", value(attributes, "price"));
-    } else if (name == QLatin1String("notPaid")) {
-        println(QString());
-        // Three leading blanks and an untranslated label: this receipt has always printed
-        // the line in Italian, whatever the catalogue.
-        println(QStringLiteral("   Corrispettivo non pagato: ") + value(attributes, "price"));
-    }
+    static const Route routes[] = {
+        {"receipe_type", &PrinterDriver::printAbstractOrderRow},
+        {"total", &PrinterDriver::printTotalBlock},
+        {"notPaid", &PrinterDriver::printAbstractNotPaidLine},
+    };
+    route(routes, name, attributes);
 }

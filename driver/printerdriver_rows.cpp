@@ -1,6 +1,7 @@
-// The rows several order documents share: the variant's sign, the dish size request of the
-// kitchen, the kitchen's variant row, the priced dish and variant rows of the receipts and
-// invoices, the abstract order's row and the total rows.
+// The blocks the order documents print for their elements, each written once: the customer block,
+// the dish and variant rows of the kitchen ticket, the receipts, the invoices and the delivery
+// note, the abstract order's row, the total and not-paid lines. Which document prints which is
+// the routing table of each layout (printerdriver_kitchen.cpp, _receipts.cpp, _invoices.cpp).
 #include "printerdriver.h"
 
 namespace {
@@ -35,13 +36,39 @@ void PrinterDriver::requestDishSize(const QString& name) {
         setCharSize(1);
 }
 
-void PrinterDriver::printKitchenVariantRow(const Attributes& attributes) {
+void PrinterDriver::printCustomerBlock(const QString&, const Attributes& attributes) {
+    printCustomerHeader(attributes);
+}
+
+void PrinterDriver::printKitchenHeadingRow(const QString&, const Attributes&) {
+    setBold();
+    println(descriptionRow(tr("Num"), tr("Description"), QString(), QString(), kBlank, kQd));
+}
+
+void PrinterDriver::printKitchenDishRow(const QString& name, const Attributes& attributes) {
+    requestDishSize(name);
+    println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
+                           QString(), kDot, kQd));
+}
+
+void PrinterDriver::printKitchenVariantRow(const QString&, const Attributes& attributes) {
     // No size request precedes a variant line.
     println(descriptionRow(value(attributes, "number"), variantDescription(attributes), QString(),
                            QString(), kDot, kQd));
 }
 
-void PrinterDriver::printReceiptDishRow(const Attributes& attributes) {
+void PrinterDriver::printFullOrderDishRow(const QString&, const Attributes& attributes) {
+    const QString dish = value(attributes, "name");
+    // A dish whose name begins with "=" is skipped, heading request included: a leading "=" is
+    // how the producing programs mark a dish this document must leave out. Its variants print.
+    if (dish.startsWith(QLatin1Char('=')))
+        return;
+    printColumnsHeaderOnce(ColumnsHeader::Priced);
+    println(descriptionRow(value(attributes, "number"), dish, value(attributes, "price"),
+                           value(attributes, "totalPrice"), kDot, kQdpt));
+}
+
+void PrinterDriver::printReceiptDishRow(const QString&, const Attributes& attributes) {
     // Heading request, then count, " x ", name, unit price and amount.
     printColumnsHeaderOnce(ColumnsHeader::Priced);
     println(descriptionRow(value(attributes, "number"), value(attributes, "name"),
@@ -49,17 +76,50 @@ void PrinterDriver::printReceiptDishRow(const Attributes& attributes) {
                            kQxdpt));
 }
 
-void PrinterDriver::printPricedVariantRow(const Attributes& attributes) {
+void PrinterDriver::printDeliveryDishRow(const QString& name, const Attributes& attributes) {
+    // No prices on a delivery note: empty price and amount headings.
+    printColumnsHeaderOnce(ColumnsHeader::Unpriced);
+    requestDishSize(name); // the size requests of the kitchen ticket
+    // Blank fill: dots leading to no amount would only waste ink.
+    println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
+                           QString(), kBlank, QStringLiteral("qxd")));
+}
+
+void PrinterDriver::printPricedVariantRow(const QString&, const Attributes& attributes) {
     // "qdpt", so the sign stands where " x " stands in a dish row; no heading.
     println(descriptionRow(value(attributes, "number"), variantDescription(attributes),
                            value(attributes, "price"), value(attributes, "totalPrice"), kDot,
                            kQdpt));
 }
 
-void PrinterDriver::printAbstractOrderRow(const Attributes& attributes) {
+void PrinterDriver::printAbstractOrderRow(const QString&, const Attributes& attributes) {
     printColumnsHeaderOnce(ColumnsHeader::AbstractOrder);
     println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),
                            value(attributes, "price"), kDot, kQxdpt));
+}
+
+void PrinterDriver::printTotalBlock(const QString&, const Attributes& attributes) {
+    println(QString());
+    printTotalRow("TOTAL", value(attributes, "price"));
+}
+
+void PrinterDriver::printBoldTotalBlock(const QString&, const Attributes& attributes) {
+    println(QString());
+    setBold();
+    printTotalRow("TOTAL", value(attributes, "price"));
+}
+
+void PrinterDriver::printNotPaidLine(const QString&, const Attributes& attributes) {
+    println(QString());
+    // Four leading blanks and one trailing blank belong to the label (and its translation).
+    println(tr("    Amount not paid: ") + value(attributes, "price"));
+}
+
+void PrinterDriver::printAbstractNotPaidLine(const QString&, const Attributes& attributes) {
+    println(QString());
+    // Three leading blanks and an untranslated label: this receipt has always printed the line
+    // in Italian, whatever the catalogue.
+    println(QStringLiteral("   Corrispettivo non pagato: ") + value(attributes, "price"));
 }
 
 void PrinterDriver::printTotalRow(const char* label, const QString& amount) {

@@ -1,5 +1,8 @@
 #include "hlibrary.h"
 
+#include "diagnostics.h"
+#include "documenttypes.h"
+
 #include "databasemanager.h"
 #include "paconfiguration.h"
 #include "sleepthread.h"
@@ -18,7 +21,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
-#include <iostream>
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -317,32 +319,16 @@ QString HLibrary::getCoreFile() {
 }
 
 QString HLibrary::copyNumber(const QString& documentType) {
-    const QString lower = documentType.toLower();
-    // Every comparison is made, no early exit. No row for "sold": a sold list is reported as
-    // an unknown type, as it always has been.
-    QString word;
-    if (lower == QLatin1String("order"))
-        word = QStringLiteral("doc");
-    if (lower == QLatin1String("prefiscal"))
-        word = QStringLiteral("prefiscaldoc");
-    if (lower == QLatin1String("fiscal"))
-        word = QStringLiteral("fiscaldoc");
-    if (lower == QLatin1String("receipt"))
-        word = QStringLiteral("receiptdoc");
-    if (lower == QLatin1String("invoice"))
-        word = QStringLiteral("invoicedoc");
-    if (lower == QLatin1String("delivery"))
-        word = QStringLiteral("deliverydoc");
-    if (lower == QLatin1String("report"))
-        word = QStringLiteral("reportdoc");
-    if (word.isEmpty()) {
+    // The sold list keeps no copy number: it is reported as an unknown type, as it always has
+    // been.
+    const DocumentTypes::Type* type = DocumentTypes::find(documentType);
+    QString prefix = QStringLiteral("pastrel.prefiscaldoc.");
+    if (type && type->copyNumber) {
+        prefix = DocumentTypes::prefix(*type);
+    } else {
         // One blank at the end of the label: the suite's other programs match this line.
-        const QByteArray name = lower.toLocal8Bit();
-        std::cout << "Error into HLibrary::copyNumber::documentPath: ";
-        std::cout.write(name.constData(), name.size());
-        std::cout << std::endl;
-        word = QStringLiteral("prefiscaldoc");
+        SuiteLines::say(SuiteLines::kCopyNumberError + documentType.toLower().toLocal8Bit());
     }
-    return SyncSingleton<PAConfiguration>::instance()->getStrValue(
-        QStringLiteral("pastrel.") + word + QStringLiteral(".copyNumber"));
+    return SyncSingleton<PAConfiguration>::instance()->getStrValue(prefix +
+                                                                   QStringLiteral("copyNumber"));
 }

@@ -7,13 +7,16 @@
 #include <QFileInfo>
 #include <QUrl>
 
-#include <iostream>
+#include "diagnostics.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 const QLatin1String kSocketScheme("socket://");
 
 void report(const QString& line) {
-    std::cerr << "pastrel-print: " << line.toLocal8Bit().constData() << std::endl;
+    Diagnostics::warn(line);
 }
 
 // One name per network printer, so that "socket://h" and "socket://h:9100" share a queue. An
@@ -32,7 +35,10 @@ QString networkPrinter(const QString& host, const QString& port, const QString& 
 }
 } // namespace
 
-OutputJob::OutputJob(const QString& output) : m_output(output), m_renderPath(output) {
+OutputJob::OutputJob(const QByteArray& nativeOutput, const DeliverySettings& settings)
+    : m_nativeOutput(nativeOutput), m_output(QFile::decodeName(nativeOutput)),
+      m_settings(settings) {
+    const QString& output = m_output;
     if (PrinterLink::isNetwork(output)) {
         const QUrl url(output, QUrl::StrictMode);
         const QString host = url.host();
@@ -44,14 +50,32 @@ OutputJob::OutputJob(const QString& output) : m_output(output), m_renderPath(out
         return; // a plain file
     }
     m_spooled = true;
-    QString error;
-    m_renderPath = m_spool.newJob(&error);
-    if (m_renderPath.isEmpty()) {
-        report(m_printer + QLatin1String(": ") + error);
-        // A path in a folder nothing creates: the renderer cannot open it and says so as usual.
-        m_renderPath = QDir(m_spool.folder()).filePath(QStringLiteral(".unavailable/job"));
-        m_jobKept = false;
+}
+
+QIODevice* OutputJob::open() {
+    if (m_spooled) {
+        QString error;
+        m_renderPath = m_spool.newJob(&error);
+        if (m_renderPath.isEmpty()) {
+            report(m_printer + QLatin1String(": ") + error);
+            return nullptr; // finish() then has nothing to deliver
+        }
     }
+    // POSIX open with the path's own bytes: the toolkit's text would turn a Latin-1 byte of a
+    // file name into another name.
+    const QByteArray path = m_spooled ? QFile::encodeName(m_renderPath) : m_nativeOutput;
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC | O_TRUNC, 0666);
+    if (fd < 0 || !m_file.open(fd, QIODevice::WriteOnly | QIODevice::Truncate,
+                               QFileDevice::AutoCloseHandle)) {
+        if (fd >= 0)
+            ::close(fd);
+        if (m_spooled) {
+            QFile::remove(m_renderPath);
+            m_renderPath.clear();
+        }
+        return nullptr;
+    }
+    return &m_file;
 }
 
 void OutputJob::setDocumentPrinter(const QString& ipAddress, const QString& port) {
@@ -59,8 +83,22 @@ void OutputJob::setDocumentPrinter(const QString& ipAddress, const QString& port
         m_printer = networkPrinter(ipAddress, port, m_printer);
 }
 
-bool OutputJob::deliver() {
-    if (!m_spooled || !m_jobKept)
+bool OutputJob::finish(bool written) {
+    if (m_file.isOpen()) {
+        const QString streamError = m_file.errorString();
+        const bool failed = !written || m_file.error() != QFileDevice::NoError;
+        m_file.close(); // flushes the file's own buffer: a late failure shows here
+        if (failed || m_file.error() != QFileDevice::NoError) {
+            // The open succeeded, so the "Unable To Open File" line does not apply and standard
+            // output stays as the suite expects it; one line on standard error tells the till's
+            // log why the document did not print (docs/robustness.md).
+            const QString reason = failed ? streamError : m_file.errorString();
+            Diagnostics::warn("write error on " +
+                              (m_spooled ? QFile::encodeName(m_renderPath) : m_nativeOutput) +
+                              ": " + reason.toLocal8Bit());
+        }
+    }
+    if (!m_spooled || m_renderPath.isEmpty())
         return true; // a plain file, or a job the spool could not take (already reported)
     QString error;
     if (QFileInfo(m_renderPath).size() == 0) {
@@ -69,7 +107,7 @@ bool OutputJob::deliver() {
         report(m_printer + QLatin1String(": ") + error);
         return false;
     }
-    const DeliveryResult result = m_spool.deliver(m_printer, DeliverySettings::fromConfiguration());
+    const DeliveryResult result = m_spool.deliver(m_printer, m_settings);
     if (!result.problems.isEmpty())
         report(m_printer + QLatin1String(": printer reports ") +
                result.problems.join(QLatin1String(", ")));

@@ -1,9 +1,7 @@
 #include "spool.h"
 
-#include "paconfiguration.h"
 #include "printerlink.h"
 #include "printerstatus.h"
-#include "syncsingleton.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -73,15 +71,10 @@ bool sendFile(PrinterLink& link, const QString& path) {
 }
 } // namespace
 
-DeliverySettings DeliverySettings::fromConfiguration() {
-    const PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
+DeliverySettings DeliverySettings::fromProfile(const PrinterProfile& profile, bool askStatus) {
     DeliverySettings settings;
-    const int seconds =
-        configuration->getStrValue(QStringLiteral("pastrel.printer.timeout")).toInt(nullptr, 10);
-    if (seconds > 0 && seconds <= kMaxTimeoutSeconds)
-        settings.timeoutMs = seconds * 1000;
-    settings.askStatus = configuration->getStrValue(QStringLiteral("pastrel.printer.model")) ==
-                         QLatin1String("escpos");
+    settings.timeoutMs = profile.timeoutMs;
+    settings.askStatus = askStatus;
     return settings;
 }
 

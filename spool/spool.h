@@ -8,6 +8,8 @@
 // A job leaves the folder only when its printer has taken all of it, or when a person drops it.
 #pragma once
 
+#include "printerprofile.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -21,13 +23,11 @@ struct SpoolJob {
 
 // How a printer is reached, from the configuration.
 struct DeliverySettings {
-    static constexpr int kDefaultTimeoutSeconds = 3;
-    static constexpr int kMaxTimeoutSeconds = 600;
-    int timeoutMs = kDefaultTimeoutSeconds * 1000;
+    int timeoutMs = 3000;
     bool askStatus = false; // ESC/POS printers answer status queries
-    // pastrel.printer.timeout (seconds; absent, not a number or out of 1..600: 3) and
-    // pastrel.printer.model (escpos: ask the status after the jobs).
-    static DeliverySettings fromConfiguration();
+    // The profile's timeout; askStatus for a printer that answers status queries (its back-end's
+    // row says so, driver/printerbackends.h).
+    static DeliverySettings fromProfile(const PrinterProfile& profile, bool askStatus);
 };
 
 struct DeliveryResult {

@@ -1,6 +1,9 @@
 // The configuration store: lookups on the "cfg" text the suite shares, and the writer.
 #include "config.h"
+#include "printerprofile.h"
 #include "testsupport.h"
+
+#include <QHash>
 
 #include <tuple>
 
@@ -57,6 +60,71 @@ TEST(Config, WriterIndentsEachLevelAndKeepsTheOldTail) {
                                "            n = \"2\";\n        };\n\n    };\n\n};\n\n";
     EXPECT_BYTES(written + QByteArray(200 - written.size(), 'o'),
                  readFile(home.file(QStringLiteral("out.conf"))));
+}
+
+} // namespace
+
+namespace {
+
+// The printer profile from the settings a till writes: names in any case and with blanks, and
+// each value the printer cannot use reported in the words of check and pastrel-print, its default
+// taken. Settings of the ESC/POS printer are not reported for the company printer.
+TEST(PrinterProfile, ReadsEachSettingOrReportsItAndTakesTheDefault) {
+    const struct {
+        QHash<QString, QString> settings; // keys under pastrel.printer.
+        QString model;
+        int columns, condensed, pageNumber, pin, timeoutMs;
+        QStringList problems;
+    } cases[] = {
+        {{}, "", 48, 48, -1, 2, 3000, {}},
+        {{{"model", " ESCPOS "},
+          {"columns", "32"},
+          {"condensedColumns", "42"},
+          {"codepageNumber", "2"},
+          {"drawerPin", "5"},
+          {"timeout", "10"}},
+         "escpos",
+         32,
+         42,
+         2,
+         5,
+         10000,
+         {}},
+        {{{"model", "escpos"}, {"columns", "0"}, {"condensedColumns", "20"}, {"timeout", "601"}},
+         "escpos",
+         48,
+         48,
+         -1,
+         2,
+         3000,
+         {"pastrel.printer.timeout = \"601\" is not a number of seconds from 1 to 600; using 3",
+          "pastrel.printer.columns = \"0\" is not a number of characters from 1 to 255; using 48"}},
+        {{{"columns", "x"}, {"drawerPin", "3"}}, "", 48, 48, -1, 2, 3000, {}},
+    };
+    for (const auto& c : cases) {
+        QStringList problems;
+        const PrinterProfile profile = PrinterProfile::read(
+            [&c](const QString& key) {
+                return c.settings.value(key.mid(QStringLiteral("pastrel.printer.").size()));
+            },
+            &problems);
+        EXPECT_EQ(profile.model, c.model);
+        EXPECT_EQ(profile.columns, c.columns);
+        EXPECT_EQ(profile.condensedColumns, c.condensed);
+        EXPECT_EQ(profile.codePageNumber, c.pageNumber);
+        EXPECT_EQ(profile.drawerPin, c.pin);
+        EXPECT_EQ(profile.timeoutMs, c.timeoutMs);
+        EXPECT_EQ(problems, c.problems);
+    }
+}
+
+// The table of printer settings is the one the docs show: every key has its row there.
+TEST(PrinterProfile, EverySettingIsDocumented) {
+    const QByteArray docs = readFile(QStringLiteral(PASTREL_SOURCE_DIR "/docs/configuration.md"));
+    for (const PrinterSetting& setting : kPrinterSettings) {
+        const QByteArray name = QByteArray(setting.key).mid(int(sizeof("pastrel.printer.")) - 1);
+        EXPECT_TRUE(docs.contains("`" + name + "`")) << setting.key;
+    }
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 // tree, set with a clean rewrite, check with exactly the mistakes planted.
 #include "testsupport.h"
 
+#include <QDir>
+
 using testsupport::readFile;
 using ToolRun = testsupport::Run; // "Run" is also a member of ::testing::Test
 using testsupport::TempHome;
@@ -77,7 +79,8 @@ TEST(ConfigToolCheck, ReportsExactlyThePlantedMistakes) {
     TempHome home;
     home.writeConfig("pastrel : {\n language : { basedir = \"" PASTREL_BINARY_DIR
                      "/translations/\"; file = pastrel_it_IT.qm; };\n"
-                     " printer : { model = escpos; cut = full; logo = /no/logo.bin; };\n"
+                     " printer : { model = \" ESCPOS\"; cut = full; drawerPin = 3;"
+                     " logo = /no/logo.bin; };\n"
                      " receiptdoc : { paperwidth = 32; printHeader = true; copyNumber = 2; };\n"
                      " fiscaldoc : { openCashDrawer = True; printDate = false; };\n};\n");
     const ToolRun run = runTool(home, {QStringLiteral("check")});
@@ -85,8 +88,26 @@ TEST(ConfigToolCheck, ReportsExactlyThePlantedMistakes) {
     EXPECT_BYTES("pastrel.receiptdoc.paperwidth: nothing reads this key; did you mean paperWidth?\n"
                  "pastrel.fiscaldoc.openCashDrawer = True: a flag is on only for the exact text "
                  "true; this reads as off\n"
+                 "pastrel.printer.drawerPin = \"3\" is not 2 or 5; using 2\n"
                  "pastrel.printer.logo: no readable file at /no/logo.bin\n",
                  run.out);
+}
+
+// Every damaged catalogue that pastrel-print refuses, check refuses too: both load it one way.
+TEST(ConfigToolCheck, RefusesEveryDamagedCatalogue) {
+    const QDir damaged(QStringLiteral(PASTREL_SOURCE_DIR "/fuzz/regressions/catalogue"));
+    const QStringList names = damaged.entryList({QStringLiteral("*.qm")}, QDir::Files);
+    ASSERT_FALSE(names.isEmpty());
+    for (const QString& name : names) {
+        TempHome home;
+        home.writeConfig("pastrel : { language : { basedir = \"" + damaged.path().toLocal8Bit() +
+                         "/\"; file = \"" + name.toLocal8Bit() + "\"; }; };\n");
+        const ToolRun run = runTool(home, {QStringLiteral("check")});
+        EXPECT_EQ(run.exitCode, 1) << name.toStdString();
+        EXPECT_TRUE(run.out.startsWith("pastrel.language.basedir + file: catalogue " +
+                                       damaged.filePath(name).toLocal8Bit() + " refused ("))
+            << run.out.constData();
+    }
 }
 
 } // namespace

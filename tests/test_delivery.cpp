@@ -71,6 +71,44 @@ TEST_F(Delivery, JobArrivesAtGivenOrDocumentAddress) {
     }
 }
 
+// "socket://" takes the document's own printer whatever the method (the three that never look at
+// the common blocks included) and wherever the printers element stands; with several, the last.
+// The first printers element of each document names a printer that is away: using it would keep
+// the job and print "Unable To Open File".
+TEST_F(Delivery, DocumentPrinterIsItsLastPrintersElementWhateverTheMethod) {
+    const struct {
+        const char* method;
+        bool printersFirst; // both printers elements before the method element
+    } cases[] = {
+        {"printAbstractOrder", false},
+        {"printAbstractOrderFiscal", false},
+        {"printFullOrderFiscal", false},
+        {"printPartialOrder", true},
+    };
+    PrinterStandIn away;
+    const QByteArray awayPort = away.address().section(QLatin1Char(':'), -1).toLatin1();
+    for (const auto& c : cases) {
+        PrinterStandIn printer;
+        printer.start();
+        const QByteArray printers = "<printers ipaddress=\"127.0.0.1\" port=\"" + awayPort +
+                                    "\"/><printers ipaddress=\"127.0.0.1\" port=\"" +
+                                    printer.address().section(QLatin1Char(':'), -1).toLatin1() +
+                                    "\"/>";
+        const QByteArray method = QByteArray("<method name=\"") + c.method + "\"/>";
+        const QString input = home.file(QStringLiteral("in.xml"));
+        testsupport::writeFile(input,
+                               "<doc>" + (c.printersFirst ? printers + method : method + printers) +
+                                   "<total price=\"1.00\"/></doc>");
+        const testsupport::Run run =
+            testsupport::runPrint({input, QStringLiteral("socket://")}, home.path());
+        EXPECT_EQ(run.out, "") << c.method;
+        EXPECT_EQ(run.err, "") << c.method;
+        // None of these prints a row on the company printer: the end of the document alone.
+        EXPECT_BYTES(kEnd, printer.received()) << c.method;
+        EXPECT_TRUE(waiting().isEmpty()) << c.method;
+    }
+}
+
 TEST_F(Delivery, JobsWaitWhilePrinterIsAwayAndNextRunSendsThemInOrder) {
     PrinterStandIn printer; // bound, not listening: connections are refused
     for (const QByteArray serial : {"1", "2"}) {
@@ -123,7 +161,8 @@ TEST_F(Delivery, DeviceThatIsMissingOrRefusesKeepsTheJobAndIsNeverCreated) {
 
 class Status : public Delivery {
 protected:
-    Status() : Delivery("model = \"escpos\";") {}
+    // Written as a person may write it: the model is compared trimmed and without case.
+    Status() : Delivery("model = \" ESCPOS \";") {}
 };
 
 TEST_F(Status, PrinterProblemsAreReportedAfterTheJob) {

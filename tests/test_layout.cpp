@@ -1,18 +1,28 @@
+// The layout on its own, in memory: no home folder, no configuration file, no output file.
 // descriptionRow, one row per case: it alone covers fills and widths in modes no golden document
 // uses. Written by hand from the widths: description D = paper - quantity - price - total - 3.
 #include "companyprinterdriver.h"
-#include "paconfiguration.h"
-#include "syncsingleton.h"
+#include "documentreader.h"
+#include "samplereceipt.h"
 #include "testsupport.h"
 
+#include <QBuffer>
+#include <QHash>
+
+#include <cstdlib>
 #include <tuple>
 
 namespace {
 
+// Document settings from a table instead of a configuration file.
+PrinterDriver::SettingLookup settings(const QHash<QString, QString>& values) {
+    return [values](const QString& key) { return values.value(key); };
+}
+
 class WidthDriver : public CompanyPrinterDriver {
 public:
-    WidthDriver(const QString& path, int paper, int quantity, int price, int total)
-        : CompanyPrinterDriver(path, false) {
+    WidthDriver(QIODevice* device, int paper, int quantity, int price, int total)
+        : CompanyPrinterDriver(device, PrinterProfile(), settings({})) {
         std::tie(m_paperWidth, m_quantityFieldWidth, m_priceFieldWidth, m_totalPriceFieldWidth) =
             std::tie(paper, quantity, price, total);
     }
@@ -50,12 +60,9 @@ const Row kRows[] = {
 // clang-format on
 
 TEST(DescriptionRow, LaysOutEveryModeFromTheWidths) {
-    testsupport::TempHome home;
-    home.writeConfig("pastrel : { };\n");
-    qputenv("HOME", home.path().toLocal8Bit());
+    ::unsetenv("HOME");
     for (const Row& r : kRows) {
-        WidthDriver driver(home.file(QStringLiteral("out.prn")), r.paper, r.quantity, r.price,
-                           r.total);
+        WidthDriver driver(nullptr, r.paper, r.quantity, r.price, r.total);
         const QString row = driver.descriptionRow(
             QString::fromUtf8(r.first), QString::fromUtf8(r.second), QString::fromUtf8(r.third),
             QString::fromUtf8(r.fourth), QLatin1Char(r.fill), QString::fromUtf8(r.mode));
@@ -63,6 +70,30 @@ TEST(DescriptionRow, LaysOutEveryModeFromTheWidths) {
             << r.mode << " " << r.second;
         EXPECT_EQ(row.isNull(), r.expected == nullptr) << r.mode;
     }
+}
+
+// A whole document rendered into a buffer: the settings come from the table given, the bytes go
+// to the device given, and the document's printer address comes back.
+TEST(Layout, RendersADocumentIntoABufferWithoutAHome) {
+    ::unsetenv("HOME");
+    QBuffer input;
+    input.setData("<doc><printers ipaddress=\"10.0.0.9\" port=\"9101\"/>"
+                  "<method name=\"printFullOrderReceipt\"/><receipt serialnumber=\"7\"/></doc>");
+    input.open(QIODevice::ReadOnly);
+    QBuffer output;
+    output.open(QIODevice::WriteOnly);
+    {
+        CompanyPrinterDriver driver(&output, PrinterProfile(),
+                                    settings({{"pastrel.receiptdoc.paperWidth", "20"},
+                                              {"pastrel.receiptdoc.openCashDrawer", "true"}}));
+        DocumentReader(driver).parse(input, "in.xml");
+        EXPECT_TRUE(driver.flush());
+        EXPECT_EQ(driver.printerAddress().ipAddress, "10.0.0.9");
+        EXPECT_EQ(driver.printerAddress().port, "9101");
+    }
+    EXPECT_BYTES(" Serial Number: 7\n" + QByteArray(20, '=') + "\n" + testsupport::kEnd +
+                     testsupport::kDrawer,
+                 output.data());
 }
 
 } // namespace

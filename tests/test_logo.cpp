@@ -30,7 +30,7 @@ TEST(Logo, ImageConvertedOnceThenPrintedAsRaster) {
     testsupport::writeFile(document, "<d><method name=\"printFullOrderReceipt\"/><logo/></d>");
     testsupport::runPrint({document, home.file(QStringLiteral("out.prn"))}, home.path());
     const QByteArray dots("\xff\xf0\x00\xff\xf0\x00\x00\x00\x00\x00\x00\x00", 12);
-    EXPECT_BYTES(QByteArray("\x1b@\x1bR\x00\x1bt\x13", 8) +        // job start, PC858
+    EXPECT_BYTES(QByteArray("\x1b@\x1c.\x1bR\x00\x1bt\x13", 10) +  // job start, PC858
                      QByteArray("\x1dv0\x00\x03\x00\x04\x00", 8) + // 3 bytes by 4 rows
                      dots + QByteArray("\x1dVB\x00", 4),           // the cut
                  testsupport::readFile(home.file(QStringLiteral("out.prn"))));

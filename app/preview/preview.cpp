@@ -5,7 +5,9 @@
 #include "codepage.h"
 #include "commercialdocument.h"
 #include "controlcodes.h"
+#include "diagnostics.h"
 #include "paconfiguration.h"
+#include "printerprofile.h"
 #include "receiptdecoder.h"
 #include "receiptpainter.h"
 #include "syncsingleton.h"
@@ -96,13 +98,10 @@ DecodeOptions configuredOptions() {
     DecodeOptions options;
     if (!QFileInfo(PAConfiguration::configurationPath()).isFile())
         return options; // no configuration: the printers' defaults, and no complaint here
-    const PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
-    bool number = false;
-    const int columns =
-        configuration->getStrValue(QStringLiteral("pastrel.printer.columns")).toInt(&number);
-    if (number && columns > 0)
-        options.escPosColumns = columns;
-    const QString page = configuration->getStrValue(QStringLiteral("pastrel.printer.codepage"));
+    const PrinterProfile profile =
+        PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
+    options.escPosColumns = profile.columns;
+    const QString& page = profile.codePage;
     if (!page.isEmpty()) {
         options.companyCodePage = CodePages::byName(page);
         if (!options.companyCodePage)
@@ -130,6 +129,7 @@ int main(int argc, char** argv) {
     qtHandler = qInstallMessageHandler(withoutNoise);
     QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("pastrel-preview"));
+    Diagnostics::setProgramName(QStringLiteral("pastrel-preview"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PASTREL_VERSION));
 
     QCommandLineParser parser;

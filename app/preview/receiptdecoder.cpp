@@ -29,6 +29,8 @@ enum class Action {
     CompanyCut,
     CompanyPulse,
     CompanyDrawer,
+    CancelDoubleByte,
+    Font,
 };
 
 // A command as the printer recognises it: the bytes that name it and how many parameter bytes
@@ -55,6 +57,8 @@ const Command kEscPosCommands[] = {
     {{EP::ESC, EP::PULSE}, 2, 3, Action::DrawerPulse},
     {{EP::GS, EP::RASTER_IMAGE, EP::RASTER_FORMAT}, 3, kCounted, Action::Raster},
     {{EP::DLE, EP::EOT}, 2, 1, Action::StatusQuery},
+    {{EP::FS, EP::CANCEL_KANJI}, 2, 0, Action::CancelDoubleByte},
+    {{EP::ESC, EP::FONT}, 2, 1, Action::Font},
 };
 
 const Command kCompanyCommands[] = {
@@ -254,6 +258,14 @@ private:
         case Action::CompanyDrawer:
             m_paper.drawers.append({m_y, QStringLiteral("drawer")});
             return true;
+        case Action::CancelDoubleByte:
+            return true; // single-byte text, as the preview always reads it
+        case Action::Font: {
+            // The condensed font's rows are drawn in the one font of the preview: their letters
+            // are all there, only wider than on paper.
+            const int font = n >= '0' ? n - '0' : n;
+            return font == EP::FONT_NORMAL || font == EP::FONT_CONDENSED;
+        }
         }
         return false;
     }

@@ -1,29 +1,27 @@
 #include "rtprinterdriver.h"
 
 #include "amount.h"
+#include "diagnostics.h"
 #include "journal.h"
 #include "paconfiguration.h"
 #include "rtprinter.h"
-#include "syncsingleton.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
+#include <QFile>
 #include <QSaveFile>
 #include <QUrl>
-
-#include <iostream>
 
 using namespace fiscal;
 
 namespace {
 // Characters of a non-fiscal line: the width of the suite's receipts, which every RT's roll takes.
 constexpr unsigned int kPaperWidth = 40;
-constexpr int kDefaultTimeoutSeconds = 10; // an RT prints a receipt before it answers
-constexpr int kMaxTimeoutSeconds = 600;
 constexpr int kClosureTimeoutFactor = 6; // as RtPrinter waits for the daily closure
 const QLatin1String kScheme("http://");
 
 void say(const QString& line) {
-    std::cerr << "pastrel-print: " << line.toLocal8Bit().constData() << std::endl;
+    Diagnostics::warn(line);
 }
 } // namespace
 
@@ -41,7 +39,8 @@ bool RtPrinterDriver::dialectOf(const QString& model, Dialect* dialect) {
     return true;
 }
 
-bool RtPrinterDriver::settingsFor(Dialect dialect, const QString& url, RtSettings* settings) {
+bool RtPrinterDriver::settingsFor(Dialect dialect, const QString& url,
+                                  const PrinterProfile& profile, RtSettings* settings) {
     const QUrl parsed(url, QUrl::StrictMode);
     const int port = parsed.port(80);
     if (!parsed.isValid() || parsed.host().isEmpty() || port <= 0 || port > 65535)
@@ -54,29 +53,29 @@ bool RtPrinterDriver::settingsFor(Dialect dialect, const QString& url, RtSetting
         settings->path += '?' + parsed.query(QUrl::FullyEncoded).toUtf8();
     if (settings->path == "/")
         settings->path.clear();
-    const PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
-    const auto value = [configuration](const char* key) {
-        return configuration->getStrValue(QLatin1String(key)).trimmed();
-    };
-    settings->user = value("pastrel.printer.user").toUtf8();
-    settings->password = value("pastrel.printer.password").toUtf8();
-    bool ok = false;
-    const int operatorId = value("pastrel.printer.operator").toInt(&ok, 10);
-    settings->operatorId = ok && operatorId >= 1 && operatorId <= 99 ? operatorId : 1;
-    const int seconds = value("pastrel.printer.timeout").toInt(nullptr, 10);
-    settings->timeoutMs =
-        (seconds > 0 && seconds <= kMaxTimeoutSeconds ? seconds : kDefaultTimeoutSeconds) * 1000;
+    settings->user = profile.user.toUtf8();
+    settings->password = profile.password.toUtf8();
+    settings->operatorId = profile.operatorId;
+    settings->timeoutMs = profile.timeoutMs;
     return true;
 }
 
-RtPrinterDriver::RtPrinterDriver(Dialect dialect, const QString& output, const QString& document)
-    : PrinterDriver(QByteArrayLiteral("/dev/null"), true), m_dialect(dialect), m_output(output),
-      m_document(document), m_receipt(DepartmentTable()) {
-    if (!m_departments.parse(
-            m_configuration->getStrValue(QStringLiteral("pastrel.fiscal.departments")),
-            &m_departmentsError))
+RtPrinterDriver::RtPrinterDriver(QIODevice*, const PrinterProfile& profile)
+    : PrinterDriver(nullptr, profile), m_receipt(DepartmentTable()) {
+    if (!dialectOf(profile.model, &m_dialect))
+        m_dialect = Dialect::Epson;
+    const QString table =
+        m_configuration ? m_configuration->getStrValue(QStringLiteral("pastrel.fiscal.departments"))
+                        : QString();
+    if (!m_departments.parse(table, &m_departmentsError))
         m_departments = DepartmentTable();
     m_receipt = ReceiptBuilder(m_departments);
+}
+
+bool RtPrinterDriver::deliverJob(PrinterDriver& driver, const QByteArray& output) {
+    // The journal names the document as the suite gave it: pastrel-print's first argument.
+    return static_cast<RtPrinterDriver&>(driver).deliver(QFile::decodeName(output),
+                                                         QCoreApplication::arguments().value(1));
 }
 
 RtPrinterDriver::~RtPrinterDriver() = default;
@@ -228,10 +227,12 @@ void RtPrinterDriver::endSection() {
     m_complete = true;
 }
 
-bool RtPrinterDriver::deliver() {
+bool RtPrinterDriver::deliver(const QString& output, const QString& document) {
     if (m_delivered || m_method.isEmpty())
         return true; // delivered already, or no document (its method was not known)
     m_delivered = true;
+    m_output = output;
+    m_document = document;
     if (m_complete)
         return isRtOutput(m_output) ? send() : writeRequest();
     // A document that ended before its end (malformed, cut short, over a limit) sends nothing:
@@ -252,7 +253,7 @@ bool RtPrinterDriver::deliver() {
 
 bool RtPrinterDriver::writeRequest() {
     RtSettings settings;
-    settingsFor(m_dialect, QStringLiteral("http://request.file"), &settings);
+    settingsFor(m_dialect, QStringLiteral("http://request.file"), profile(), &settings);
     QByteArray body;
     if (fiscalDocument()) {
         Receipt receipt;
@@ -287,17 +288,18 @@ bool RtPrinterDriver::send() {
     // The RT's address: the output's, or the document's printers element for "http://" alone.
     QString address = m_output.mid(kScheme.size());
     if (address.isEmpty() || address == QLatin1String("/")) {
-        const QString host = m_printerIpAddress.contains(QLatin1Char(':'))
-                                 ? QLatin1Char('[') + m_printerIpAddress + QLatin1Char(']')
-                                 : m_printerIpAddress;
-        address = host + (m_printerPort.isEmpty() ? QString() : QLatin1Char(':') + m_printerPort);
+        const PrinterAddress& document = printerAddress();
+        const QString host = document.ipAddress.contains(QLatin1Char(':'))
+                                 ? QLatin1Char('[') + document.ipAddress + QLatin1Char(']')
+                                 : document.ipAddress;
+        address = host + (document.port.isEmpty() ? QString() : QLatin1Char(':') + document.port);
     }
     const QString what = fiscalDocument                ? QStringLiteral("fiscal receipt")
                          : m_report == Report::Closure ? QStringLiteral("daily closure")
                          : m_report == Report::X       ? QStringLiteral("X report")
                                                        : QStringLiteral("non-fiscal document");
     RtSettings settings;
-    if (!settingsFor(m_dialect, kScheme + address, &settings))
+    if (!settingsFor(m_dialect, kScheme + address, profile(), &settings))
         return fail(what, QStringLiteral("no RT address: the output %1 and the document's "
                                          "printers element give no host")
                               .arg(m_output));

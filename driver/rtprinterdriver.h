@@ -16,23 +16,24 @@
 
 class RtPrinterDriver : public PrinterDriver {
 public:
-    // output is "http://HOST[:PORT][/path]", or "http://" alone for the address of the
-    // document's last printers element; document is the input file, named in the journal.
-    // Any other output is a file that receives the request instead (pastrel-preview draws it):
-    // nothing reaches an RT and nothing is journalled.
-    RtPrinterDriver(fiscal::Dialect dialect, const QString& output, const QString& document);
+    // The dialect is the profile's model's (rt-epson, rt-custom). No device: the back-end
+    // delivers the job itself (driver/printerbackends.h).
+    RtPrinterDriver(QIODevice* device, const PrinterProfile& profile);
     ~RtPrinterDriver() override;
+
+    // The back-end table's delivery: deliver() to pastrel-print's output argument, the journal
+    // naming the document as pastrel-print's first argument.
+    static bool deliverJob(PrinterDriver& driver, const QByteArray& output);
 
     // True for the output names this back-end takes: "http://...".
     static bool isRtOutput(const QString& output);
     // The dialect pastrel.printer.model names ("rt-epson", "rt-custom"); false for any other
     // model.
     static bool dialectOf(const QString& model, fiscal::Dialect* dialect);
-    // The RT at url ("http://HOST[:PORT][/path]") with the pastrel.printer settings: user,
-    // password, operator (1 unless 1-99) and timeout (seconds; 10 unless 1-600). False when the
-    // url names no host.
+    // The RT at url ("http://HOST[:PORT][/path]") with the profile's user, password, operator
+    // and timeout. False when the url names no host.
     static bool settingsFor(fiscal::Dialect dialect, const QString& url,
-                            fiscal::RtSettings* settings);
+                            const PrinterProfile& profile, fiscal::RtSettings* settings);
 
     unsigned int getPaperWidth() override;
     void setBold() override;
@@ -52,10 +53,13 @@ public:
     void printLogo() override {} // the RT prints the shop's head from its own memory
     bool startBackEndMethod(const QString& name) override;
 
-    // Sends the document read (or writes its request to a file output); false when it did not
-    // reach the RT or the RT refused it, the reason on standard error. A document that ended
-    // before its end (malformed, cut short) sends nothing and is false.
-    bool deliver();
+    // Sends the document read to output, "http://HOST[:PORT][/path]" or "http://" alone for the
+    // address of the document's last printers element; any other output is a file that receives
+    // the request instead (pastrel-preview draws it), nothing reaching an RT or the journal.
+    // document is the input file, named in the journal. False when it did not reach the RT or
+    // the RT refused it, the reason on standard error; a document that ended before its end
+    // (malformed, cut short) sends nothing and is false.
+    bool deliver(const QString& output, const QString& document);
 
 private:
     bool send();

@@ -1,0 +1,53 @@
+#include "printerbackends.h"
+
+#include "companyprinterdriver.h"
+#include "diagnostics.h"
+#include "escposprinterdriver.h"
+#include "rtprinterdriver.h"
+
+#include <QStringList>
+
+namespace {
+
+template <class Driver>
+std::unique_ptr<PrinterDriver> make(QIODevice* device, const PrinterProfile& profile) {
+    return std::make_unique<Driver>(device, profile);
+}
+
+// The first row is the printer of a till whose configuration names none.
+const PrinterBackend kBackends[] = {
+    {"company", &make<CompanyPrinterDriver>, nullptr, false},
+    {"escpos", &make<EscPosPrinterDriver>, nullptr, true},
+    // Fiscal printers (RT) over HTTP: they deliver the document themselves, never through the
+    // spool (a fiscal receipt issued later would be a false document).
+    {"rt-epson", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
+    {"rt-custom", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
+};
+
+} // namespace
+
+const PrinterBackend* PrinterBackends::find(const QString& model) {
+    for (const PrinterBackend& backend : kBackends) {
+        if (model == QLatin1String(backend.model))
+            return &backend;
+    }
+    return nullptr;
+}
+
+const PrinterBackend& PrinterBackends::choose(const PrinterProfile& profile) {
+    if (profile.model.isEmpty())
+        return kBackends[0];
+    if (const PrinterBackend* backend = find(profile.model))
+        return *backend;
+    Diagnostics::warn(QStringLiteral("unknown %1 \"%2\" (%3); printing for the company printer")
+                          .arg(PrinterProfile::key(PrinterProfile::Model), profile.model, names()));
+    return kBackends[0];
+}
+
+QString PrinterBackends::names() {
+    QStringList names;
+    for (const PrinterBackend& backend : kBackends)
+        names << QLatin1String(backend.model);
+    const QString last = names.takeLast();
+    return names.isEmpty() ? last : names.join(QLatin1String(", ")) + QLatin1String(" or ") + last;
+}
