@@ -18,6 +18,10 @@ namespace {
 // Characters of a non-fiscal line: the width of the suite's receipts, which every RT's roll takes.
 constexpr unsigned int kPaperWidth = 40;
 constexpr int kClosureTimeoutFactor = 6; // as RtPrinter waits for the daily closure
+// The longest non-fiscal document sent, in lines (a metre and a half of paper): the lines of a
+// longer one are kept only this far, so memory stays bounded, and the document is refused.
+constexpr int kMaxLines = 5000;
+constexpr int kMaxLineCharacters = 200; // far wider than any roll: the RT wraps or cuts it
 const QLatin1String kScheme("http://");
 
 void say(const QString& line) {
@@ -114,7 +118,8 @@ void RtPrinterDriver::print(unsigned int indent, const QString& text) {
         blanks = length < kPaperWidth ? (kPaperWidth - length) / 2 : 0;
     if (length > kPaperWidth)
         blanks = 0;
-    m_pending += QString(static_cast<int>(blanks), QLatin1Char(' ')) + text;
+    if (m_pending.size() < kMaxLineCharacters) // a line is cut at println anyway
+        m_pending += QString(static_cast<int>(blanks), QLatin1Char(' ')) + text;
 }
 
 void RtPrinterDriver::println(unsigned int indent, const QString& text) {
@@ -122,9 +127,14 @@ void RtPrinterDriver::println(unsigned int indent, const QString& text) {
     // A line of the renderer may hold line ends of its own (a header value): one printNormal
     // each.
     const QStringList parts = m_pending.split(QLatin1Char('\n'));
-    for (const QString& part : parts)
-        m_lines.append(TextLine{part, m_font});
     m_pending.clear();
+    for (const QString& part : parts) {
+        if (m_lines.size() >= kMaxLines) {
+            m_tooLong = true;
+            return;
+        }
+        m_lines.append(TextLine{part.left(kMaxLineCharacters), m_font});
+    }
 }
 
 void RtPrinterDriver::println(const QString& text) {
@@ -269,6 +279,9 @@ bool RtPrinterDriver::writeRequest() {
     } else {
         if (!m_pending.isEmpty())
             println(QString());
+        if (m_tooLong)
+            return fail(QStringLiteral("non-fiscal document"),
+                        QStringLiteral("not written: longer than %1 lines").arg(kMaxLines));
         body = nonFiscalRequest(m_dialect, m_lines, settings.operatorId);
     }
     // Replaced whole or not at all, like every output of the suite.
@@ -336,6 +349,8 @@ bool RtPrinterDriver::send() {
             println(QString());
         if (m_lines.isEmpty())
             return true; // nothing rendered (printAbstractOrder): no blank paper on the RT
+        if (m_tooLong)
+            return fail(what, QStringLiteral("not sent: longer than %1 lines").arg(kMaxLines));
         result = printer.printNonFiscal(m_lines);
     }
 

@@ -83,6 +83,7 @@ private:
     fiscal::Font m_font = fiscal::Font::Normal;
     bool m_fiscal = false;
     enum class Report { None, Closure, X } m_report = Report::None;
+    bool m_tooLong = false;  // a non-fiscal document of more lines than are kept
     bool m_complete = false; // endSection: the document was read to its end
     bool m_delivered = false;
 };

@@ -306,6 +306,21 @@ INSTANTIATE_TEST_SUITE_P(
                               "the RT cannot be reached", "not-sent"}),
     [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.name); });
 
+TEST(Fiscal, NonFiscalDocumentLongerThanTheRtTakesIsRefused) {
+    RtStandIn rt(RtStandIn::Dialect::Epson);
+    Till till(RtStandIn::Dialect::Epson);
+    QByteArray rows;
+    for (int i = 0; i < 5001; ++i)
+        rows += "<receipe number=\"1\" name=\"Acqua\" price=\"1.00\" totalPrice=\"1.00\"/>";
+    const QString input = till.home.file(QStringLiteral("long.xml"));
+    testsupport::writeFile(input,
+                           "<document><method name=\"printFullOrder\"/>" + rows + "</document>");
+    const testsupport::Run run = testsupport::runPrint({input, rt.url()}, till.home.path());
+    EXPECT_EQ(run.out, kUnableToOpen);
+    EXPECT_TRUE(run.err.contains("not sent: longer than 5000 lines")) << run.err.constData();
+    EXPECT_TRUE(rt.documents().isEmpty());
+}
+
 TEST(Fiscal, ClosureIsNoMethodOfOtherPrinters) {
     testsupport::TempHome home;
     home.writeConfig("pastrel : { printer : { model = \"escpos\"; }; };");
