@@ -306,6 +306,17 @@ INSTANTIATE_TEST_SUITE_P(
                               "the RT cannot be reached", "not-sent"}),
     [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.name); });
 
+TEST(Fiscal, ChunkedAnswersAreRead) {
+    RtStandIn rt(RtStandIn::Dialect::Custom);
+    rt.setChunkedAnswers(true);
+    Till till(RtStandIn::Dialect::Custom);
+    const testsupport::Run run = till.print(rt.url(), kReceipt);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(run.err.contains("issued receipt number 0001 (Z 0001), 69.00 euro\n"))
+        << run.err.constData();
+    EXPECT_EQ(rt.receipts().size(), 1);
+}
+
 TEST(Fiscal, NonFiscalDocumentLongerThanTheRtTakesIsRefused) {
     RtStandIn rt(RtStandIn::Dialect::Epson);
     Till till(RtStandIn::Dialect::Epson);

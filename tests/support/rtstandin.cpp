@@ -156,10 +156,18 @@ void RtStandIn::serve(int client) {
         if (lateMs > 0)
             readable(m_stop[0], m_stop[0], lateMs); // the stop pipe ends the wait early
         const QByteArray body = reply.httpStatus == 200 ? render(reply) : QByteArray();
-        const QByteArray answer =
-            "HTTP/1.1 " + QByteArray::number(reply.httpStatus) +
-            " RT\r\nContent-Type: text/xml\r\nContent-Length: " + QByteArray::number(body.size()) +
-            "\r\nConnection: close\r\n\r\n" + body;
+        QByteArray answer = "HTTP/1.1 " + QByteArray::number(reply.httpStatus) +
+                            " RT\r\nContent-Type: text/xml\r\nConnection: close\r\n";
+        if (m_chunked) {
+            answer += "Transfer-Encoding: chunked\r\n\r\n";
+            for (qsizetype at = 0; at < body.size(); at += 50) {
+                const QByteArray chunk = body.mid(at, 50);
+                answer += QByteArray::number(chunk.size(), 16) + "\r\n" + chunk + "\r\n";
+            }
+            answer += "0\r\n\r\n";
+        } else {
+            answer += "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+        }
         (void)write(client, answer.constData(), answer.size());
     }
     close(client);

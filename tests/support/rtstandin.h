@@ -48,6 +48,8 @@ public:
     void setFault(Fault fault, int lateMs = 0, int silentQueries = 0);
     void refuseDepartment(int department);
     void requireLogin(const QByteArray& user, const QByteArray& password);
+    // Answers in chunks (Transfer-Encoding: chunked), as some RTs' web servers do.
+    void setChunkedAnswers(bool chunked) { m_chunked = chunked; }
 
     // The documents received, every request body in order (status queries included).
     QVector<QByteArray> requests() const;
@@ -96,4 +98,5 @@ private:
     int m_silentQueries = 0;
     std::set<int> m_refusedDepartments;
     QByteArray m_authorization;
+    std::atomic<bool> m_chunked{false};
 };
