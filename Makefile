@@ -5,7 +5,9 @@
 #   make sanitize  the whole test suite in a separate AddressSanitizer + UBSan build
 #   make fuzz      each libFuzzer target of fuzz/ for FUZZ_SECONDS (default 60) under clang
 #   make fuzz-coverage  the source lines the corpora grown by make fuzz reach
-#   make package   set-up, build, the Debian package build/pastrel-print_VERSION_ARCH.deb
+#   make package   set-up, build, the Debian packages build/pastrel-print_VERSION_ARCH.deb and
+#                  build/libpastrel-dev_VERSION_ARCH.deb (MAINTAINER="Name <address>" sets
+#                  their Maintainer field)
 BUILD_DIR ?= build
 JOBS      ?= $(shell nproc)
 CMAKE_ARGS ?=
@@ -16,8 +18,13 @@ PACKAGES := cmake g++ make libgtest-dev qt6-base-dev libqt6sql6-psql qt6-l10n-to
 # The Debian package and its test: dpkg-shlibdeps computes its dependencies (dpkg-dev, file);
 # the manual pages are rendered with man -l and groff; the consumer test builds with pkg-config.
 PACKAGES += dpkg-dev file man-db groff-base pkgconf
+# The packages' test checks them as Debian does, and the spool's timer as systemd reads it.
+PACKAGES += lintian systemd
 # pastrel-preview: its fonts and the SVG writer.
 PACKAGES += fonts-dejavu-core qt6-svg-dev
+# QR codes and barcodes: their encoders (libqrencode, zint), and the decoder the tests read
+# the preview's pictures back with (zbarimg).
+PACKAGES += libqrencode-dev libzint-dev zbar-tools
 
 .PHONY: all deps configure build run test bench package sanitize fuzz fuzz-coverage clean
 
@@ -43,7 +50,9 @@ test: build
 bench: build
 	@bench/run.sh $(BUILD_DIR)/app/pastrel-print
 
+MAINTAINER ?=
 package: build
+	$(if $(MAINTAINER),cmake -S . -B $(BUILD_DIR) "-DPASTREL_MAINTAINER=$(MAINTAINER)")
 	cmake --build $(BUILD_DIR) --target package
 
 SANITIZE_DIR ?= build-sanitize

@@ -2,11 +2,13 @@
 
 #include "configcommands.h"
 #include "configeditor.h"
+#include "firstrun.h"
 #include "fiscaltool.h"
 #include "logotool.h"
 #include "paconfiguration.h"
 #include "spooltool.h"
 #include "syncsingleton.h"
+#include "testpage.h"
 
 #include <QApplication>
 #include <QByteArray>
@@ -18,7 +20,8 @@
 namespace {
 
 const char kUsage[] = "usage: pastrel-config show | get KEY | set KEY VALUE | check | edit | "
-                      "logo IMAGE [RASTER] | spool list|send|drop | fiscal last|status";
+                      "logo IMAGE [RASTER] | spool list|send|drop | fiscal last|status | "
+                      "init [--force] MODEL | init --list | test-page [--drawer] OUTPUT";
 const char kHelp[] =
     "The till's configuration, $HOME/.pastrel/conf/pastrel.conf:\n"
     "  show            the settings as an indented tree\n"
@@ -31,6 +34,12 @@ const char kHelp[] =
     "  spool list | send | drop JOB...|all  the jobs waiting for a printer\n"
     "  fiscal last     the last fiscal operation of the journal\n"
     "  fiscal status [http://HOST[:PORT]]  the fiscal printer's state and last document\n"
+    "  init [--force] MODEL  start the file from the sample for the printer MODEL\n"
+    "                  (init --list names them); --force replaces an existing file\n"
+    "  test-page [--drawer] OUTPUT  print a test page (model, columns, code page, a\n"
+    "                  ruler, the Italian letters and the euro sign, bold and tall text,\n"
+    "                  the cut) on a file, a /dev node or socket://HOST[:PORT]; --drawer\n"
+    "                  also opens the cash drawer\n"
     "  --help, --version\n"
     "See pastrel-config(1).";
 
@@ -49,6 +58,24 @@ bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
            !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+// The words after the command: the one option it allows (anywhere, once), and the single other
+// word. Another word starting with "--" is a mistyped option, not a file name.
+bool optionAndWord(int argc, char** argv, const char* option, bool* given, QString* word) {
+    int words = 0;
+    for (int i = 2; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (argument == option && !*given) {
+            *given = true;
+        } else if (argument.startsWith("--")) {
+            return false;
+        } else {
+            *word = QFile::decodeName(argv[i]);
+            ++words;
+        }
+    }
+    return words == 1;
 }
 
 int edit(int& argc, char** argv) {
@@ -91,6 +118,14 @@ int configTool(int argc, char** argv) {
     if (command == "logo" && (argc == 3 || argc == 4))
         return convertLogo(QFile::decodeName(argv[2]),
                            argc == 4 ? QFile::decodeName(argv[3]) : QString());
+    if (command == "init" && argc == 3 && QByteArray(argv[2]) == "--list")
+        return listModels();
+    bool option = false;
+    QString word;
+    if (command == "init" && optionAndWord(argc, argv, "--force", &option, &word))
+        return initConfiguration(word, option);
+    if (command == "test-page" && optionAndWord(argc, argv, "--drawer", &option, &word))
+        return printTestPage(word, option);
     if ((command == "help" || command == "--help" || command == "-h") && argc == 2) {
         std::cout << kUsage << '\n' << kHelp << std::endl;
         return 0;

@@ -12,6 +12,8 @@
 //   pastrel-config logo IMAGE [RASTER]  the shop's logo made ready for an ESC/POS printer
 //                             (logotool.h)
 //   pastrel-config spool list|send|drop   the jobs waiting for a printer (spooltool.h)
+//   pastrel-config init [--force] MODEL   a first configuration from a sample (firstrun.h)
+//   pastrel-config test-page [--drawer] OUTPUT   a test page on the printer (testpage.h)
 //   pastrel-config --version  "pastrel-config" and the version, status 0
 //
 // Choices (docs/configuration.md):

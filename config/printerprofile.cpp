@@ -92,6 +92,7 @@ PrinterProfile PrinterProfile::read(const std::function<QString(const QString&)>
     profile.drawerPin = choice(setting(DrawerPin), text(DrawerPin), &escPos) == 1 ? 5 : 2;
     profile.drawerOnMs = number(setting(DrawerOnTime), text(DrawerOnTime), 50, &escPos);
     profile.drawerOffMs = number(setting(DrawerOffTime), text(DrawerOffTime), 500, &escPos);
+    profile.rasterCodes = choice(setting(QrCode), text(QrCode), &escPos) == 1;
     profile.logo = text(Logo);
     if (!profile.logo.isEmpty())
         profile.logoPath = QDir(configurationFolder()).filePath(profile.logo);

@@ -43,6 +43,7 @@ inline constexpr PrinterSetting kPrinterSettings[] = {
     {"pastrel.printer.drawerOffTime", PrinterSetting::Kind::Number, "500", 0, 510, "", "0 to 510 milliseconds", true},
     {"pastrel.printer.logo", PrinterSetting::Kind::Path, "", 0, 0, "", "a file", true},
     {"pastrel.printer.timeout", PrinterSetting::Kind::Number, "3", 1, 600, "", "a number of seconds from 1 to 600", false},
+    {"pastrel.printer.qrcode", PrinterSetting::Kind::Choice, "native", 0, 0, "native|raster", "native or raster", true},
     {"pastrel.printer.user", PrinterSetting::Kind::Text, "", 0, 0, "", "a user name", false},
     {"pastrel.printer.password", PrinterSetting::Kind::Text, "", 0, 0, "", "a password", false},
     {"pastrel.printer.operator", PrinterSetting::Kind::Number, "1", 1, 99, "", "an operator number from 1 to 99", false},
@@ -64,6 +65,7 @@ public:
         DrawerOffTime,
         Logo,
         Timeout,
+        QrCode,
         User,
         Password,
         Operator
@@ -101,6 +103,8 @@ public:
     QString logo;         // as configured (trimmed); empty: no logo
     QString logoPath;     // the same, a relative path taken from the configuration folder
     int timeoutMs = 3000; // 10 s for a fiscal printer (rt-...), which prints before it answers
+    // QR codes and barcodes drawn as images, for a printer without their commands.
+    bool rasterCodes = false;
     // A fiscal printer's (rt-epson, rt-custom): its web user and password (HTTP Basic, Custom)
     // and the operator number its commands carry.
     QString user;

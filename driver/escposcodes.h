@@ -37,4 +37,31 @@ constexpr char RASTER_IMAGE = 'v';          // GS v 0 m xL xH yL yH d...: raster
 constexpr char RASTER_FORMAT = '0';         // the '0' of GS v 0
 constexpr char RASTER_NORMAL_SCALE = 0;     // m = 0: one dot per dot
 constexpr int RASTER_BAND_ROWS = 255;       // rows per GS v 0: some firmware reads only yL
+constexpr char FEED_DOTS = 'J';             // ESC J n: print and feed n dots
+
+// Barcodes: GS h n, GS w n and GS H n set up the next GS k m n d1...dn.
+constexpr char BARCODE_HEIGHT = 'h'; // GS h n: bar height, 1 to 255 dots
+constexpr char BARCODE_WIDTH = 'w';  // GS w n: the narrowest bar, 2 to 6 dots
+constexpr char BARCODE_TEXT = 'H';   // GS H n: the digits none (0), above, below, both (3)
+constexpr char BARCODE = 'k';        // GS k m n d1...dn: print a barcode of n bytes
+constexpr char BARCODE_UPCA = 65;    // m: UPC-A, 11 or 12 digits
+constexpr char BARCODE_EAN13 = 67;   // m: EAN-13, 12 or 13 digits
+constexpr char BARCODE_EAN8 = 68;    // m: EAN-8, 7 or 8 digits
+constexpr char BARCODE_CODE39 = 69;  // m: Code 39, the printer adds the * start and stop
+constexpr char BARCODE_CODE128 = 73; // m: Code 128, the data led by its code set
+constexpr char CODE128_SHIFT = '{';  // Code 128: "{B" chooses code set B, "{{" is a "{"
+constexpr char CODE128_SET_B = 'B';
+
+// QR codes: GS ( k pL pH cn fn parameters, pL + 256 pH bytes from cn on, cn '1' for a QR code.
+constexpr char SYMBOL = '('; // GS ( k: the printer's two-dimensional symbols
+constexpr char SYMBOL_FUNCTION = 'k';
+constexpr char SYMBOL_QR = '1'; // cn
+constexpr char QR_MODEL = 'A';  // fn 65: n1 model ('2': model 2), n2 0
+constexpr char QR_MODEL_2 = '2';
+constexpr char QR_MODULE_SIZE = 'C';      // fn 67: n dots a module, 1 to 16
+constexpr char QR_ERROR_CORRECTION = 'E'; // fn 69: n '0' L, '1' M, '2' Q, '3' H
+constexpr char QR_LEVEL_L = '0';
+constexpr char QR_STORE = 'P';     // fn 80: '0', then the data
+constexpr char QR_PRINT = 'Q';     // fn 81: '0', prints what was stored
+constexpr char QR_DATA_MODE = '0'; // m of fn 80 and fn 81
 } // namespace EscPosCodes

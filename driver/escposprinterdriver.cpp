@@ -1,6 +1,7 @@
 #include "escposprinterdriver.h"
 
 #include "codepage.h"
+#include "codesymbol.h"
 #include "escposcodes.h"
 #include "logoraster.h"
 #include "paconfiguration.h"
@@ -13,6 +14,28 @@ using namespace EscPosCodes;
 
 namespace {
 constexpr int kMillisecondsPerPulseUnit = 2;
+
+// The GS v 0 commands that print raster: in bands of at most RASTER_BAND_ROWS rows, each its
+// own GS v 0, so that a printer that reads only the low byte of the height still draws a tall
+// image whole.
+QByteArray rasterCommands(const LogoRaster& raster) {
+    QByteArray bytes;
+    const int bands = (raster.rows + RASTER_BAND_ROWS - 1) / RASTER_BAND_ROWS;
+    bytes.reserve(8 * bands + raster.dots.size());
+    for (int top = 0; top < raster.rows; top += RASTER_BAND_ROWS) {
+        const int rows = qMin(RASTER_BAND_ROWS, raster.rows - top);
+        for (const char byte : {GS, RASTER_IMAGE, RASTER_FORMAT, RASTER_NORMAL_SCALE})
+            bytes += byte;
+        for (const int value : {raster.bytesPerRow, rows}) {
+            bytes += static_cast<char>(value & 0xFF);
+            bytes += static_cast<char>(value >> 8);
+        }
+        bytes += raster.dots.mid(static_cast<qsizetype>(top) * raster.bytesPerRow,
+                                 static_cast<qsizetype>(rows) * raster.bytesPerRow);
+    }
+    return bytes;
+}
+
 } // namespace
 
 EscPosPrinterDriver::EscPosPrinterDriver(const QString& path, bool append)
@@ -214,21 +237,99 @@ QByteArray EscPosPrinterDriver::loadLogo() const {
                           why.toUtf8());
         return QByteArray();
     }
-    // In bands of at most RASTER_BAND_ROWS rows, each its own GS v 0: a printer that reads only
-    // the low byte of the height still draws a tall logo whole.
-    QByteArray bytes;
-    const int bands = (raster.rows + RASTER_BAND_ROWS - 1) / RASTER_BAND_ROWS;
-    bytes.reserve(8 * bands + raster.dots.size());
-    for (int top = 0; top < raster.rows; top += RASTER_BAND_ROWS) {
-        const int rows = qMin(RASTER_BAND_ROWS, raster.rows - top);
-        for (const char byte : {GS, RASTER_IMAGE, RASTER_FORMAT, RASTER_NORMAL_SCALE})
-            bytes += byte;
-        for (const int value : {raster.bytesPerRow, rows}) {
-            bytes += static_cast<char>(value & 0xFF);
-            bytes += static_cast<char>(value >> 8);
-        }
-        bytes += raster.dots.mid(static_cast<qsizetype>(top) * raster.bytesPerRow,
-                                 static_cast<qsizetype>(rows) * raster.bytesPerRow);
+    return rasterCommands(raster);
+}
+
+void EscPosPrinterDriver::printCodeSymbol(const CodeSymbol& symbol) {
+    if (!writable())
+        return;
+    QString why;
+    const int dotsPerModule = symbol.dotsPerModule(m_columns * LogoRaster::kDotsPerColumn, &why);
+    if (dotsPerModule == 0) {
+        CodeSymbol::reportUnprinted(symbol.type == CodeSymbol::Type::QrCode
+                                        ? QStringLiteral("qrcode")
+                                        : QStringLiteral("barcode"),
+                                    symbol.data, why);
+        return;
     }
-    return bytes;
+    if (m_lineCells > 0 || !m_line.isEmpty())
+        endLine(); // a symbol starts at the beginning of a line
+    // Centred plain text for the symbol and its digits; the document's own style afterwards.
+    const Style style = m_style;
+    m_style = Style();
+    m_style.centred = true;
+    applyStyle();
+    if (profile().rasterCodes)
+        printRasterSymbol(symbol, dotsPerModule);
+    else
+        printNativeSymbol(symbol, dotsPerModule);
+    m_style = style;
+}
+
+void EscPosPrinterDriver::printNativeSymbol(const CodeSymbol& symbol, int dotsPerModule) {
+    if (symbol.type == CodeSymbol::Type::QrCode) {
+        // Model 2, the module size, the error correction, the data, then print it, with the quiet
+        // zone a phone's camera needs above and below.
+        const char quiet = static_cast<char>(CodeSymbol::kQuietModules * dotsPerModule);
+        const char level =
+            static_cast<char>(QR_LEVEL_L + QByteArray(CodeSymbol::kLevels).indexOf(symbol.level));
+        // GS ( k pL pH, then cn, fn and the parameters, pL + 256 pH of them in all.
+        const auto function = [this](char fn, const QByteArray& parameters) {
+            const qsizetype length = 2 + parameters.size();
+            command({GS, SYMBOL, SYMBOL_FUNCTION, static_cast<char>(length & 0xFF),
+                     static_cast<char>(length >> 8), SYMBOL_QR, fn});
+            writeBytes(parameters);
+        };
+        command({ESC, FEED_DOTS, quiet});
+        function(QR_MODEL, QByteArray().append(QR_MODEL_2).append('\0'));
+        function(QR_MODULE_SIZE, QByteArray(1, static_cast<char>(dotsPerModule)));
+        function(QR_ERROR_CORRECTION, QByteArray(1, level));
+        function(QR_STORE, QR_DATA_MODE + symbol.data);
+        function(QR_PRINT, QByteArray(1, QR_DATA_MODE));
+        command({ESC, FEED_DOTS, quiet});
+        return;
+    }
+    static const struct {
+        CodeSymbol::Type type;
+        char m;
+    } kBarcodes[] = {{CodeSymbol::Type::Ean13, BARCODE_EAN13},
+                     {CodeSymbol::Type::Ean8, BARCODE_EAN8},
+                     {CodeSymbol::Type::UpcA, BARCODE_UPCA},
+                     {CodeSymbol::Type::Code39, BARCODE_CODE39},
+                     {CodeSymbol::Type::Code128, BARCODE_CODE128}};
+    char m = 0;
+    for (const auto& row : kBarcodes)
+        if (row.type == symbol.type)
+            m = row.m;
+    QByteArray data = symbol.data;
+    if (symbol.type == CodeSymbol::Type::Code128) {
+        data.replace(CODE128_SHIFT, QByteArray(2, CODE128_SHIFT));
+        data.prepend(QByteArray().append(CODE128_SHIFT).append(CODE128_SET_B));
+    }
+    command({GS, BARCODE_HEIGHT, static_cast<char>(symbol.height)});
+    command({GS, BARCODE_WIDTH, static_cast<char>(dotsPerModule)});
+    command({GS, BARCODE_TEXT, static_cast<char>(symbol.text)});
+    command({GS, BARCODE, m, static_cast<char>(data.size())});
+    writeBytes(data);
+}
+
+void EscPosPrinterDriver::printRasterSymbol(const CodeSymbol& symbol, int dotsPerModule) {
+    // Centred in the image itself: a printer without the symbol commands may not centre images.
+    const LogoRaster raster = symbol.raster(dotsPerModule, m_columns * LogoRaster::kDotsPerColumn);
+    if (symbol.type == CodeSymbol::Type::QrCode) {
+        const char quiet = static_cast<char>(CodeSymbol::kQuietModules * dotsPerModule);
+        command({ESC, FEED_DOTS, quiet});
+        writeBytes(rasterCommands(raster));
+        command({ESC, FEED_DOTS, quiet});
+        return;
+    }
+    const bool above =
+        symbol.text == CodeSymbol::Text::Above || symbol.text == CodeSymbol::Text::Both;
+    const bool below =
+        symbol.text == CodeSymbol::Text::Below || symbol.text == CodeSymbol::Text::Both;
+    if (above)
+        println(symbol.readable());
+    writeBytes(rasterCommands(raster));
+    if (below)
+        println(symbol.readable());
 }

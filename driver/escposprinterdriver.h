@@ -2,8 +2,9 @@
 // 80 mm thermal printers most shops own. Text goes out in the configured code page, one byte per
 // printer cell, so every row keeps the width the layout gave it; bold, the taller "other dishes"
 // of a kitchen ticket, centring, the cut, the cash drawer and the shop's logo are the printer's
-// own commands (escposcodes.h). A row wider than the paper but within the condensed font's width
-// prints in that font instead of wrapping. Chosen by pastrel.printer.model = escpos
+// own commands (escposcodes.h), and so are QR codes and barcodes, unless the printer lacks
+// them (then they are drawn as images). A row wider than the paper but within the condensed font's
+// width prints in that font instead of wrapping. Chosen by pastrel.printer.model = escpos
 // (printerbackends.cpp); its settings are the printer profile's (printerprofile.h).
 #pragma once
 
@@ -39,6 +40,7 @@ public:
                         const QString& fourth) override;
     using PrinterDriver::printRowFiscal;
     void printLogo() override;
+    void printCodeSymbol(const CodeSymbol& symbol) override;
 
 private:
     // How text looks: bold, height (0 normal, up to 7: eight times as tall), centred.
@@ -60,6 +62,9 @@ private:
     // the paper and fits that font.
     void endLine();
     QByteArray loadLogo() const;
+    // The printer's own commands for a symbol, and the image that stands in for them.
+    void printNativeSymbol(const CodeSymbol& symbol, int dotsPerModule);
+    void printRasterSymbol(const CodeSymbol& symbol, int dotsPerModule);
 
     int m_columns = 48;
     int m_condensedColumns = 48;

@@ -29,7 +29,8 @@
 // document heads and the section elements every method offers first (printerdriver_headers.cpp);
 // descriptionRow, the column heading and the separator (printerdriver_columns.cpp); the dish,
 // variant and total rows used by several documents (printerdriver_rows.cpp); opening the output,
-// the settings and the helpers (printerdriver.cpp). docs/documents.md describes every document
+// the settings and the helpers (printerdriver.cpp); the qrcode and barcode elements
+// (printerdriver_codes.cpp, codesymbol.h). docs/documents.md describes every document
 // for the programs that write them.
 //
 // Where the bytes go: the renderer writes to the device it is given (a file, a spool file, a
@@ -51,6 +52,7 @@ class PAConfiguration;
 class QFile;
 class QIODevice;
 struct CodePage;
+struct CodeSymbol;
 class QTextStream;
 
 // The printer a document names for itself: its last "printers" element, wherever it stands and
@@ -133,10 +135,13 @@ public:
     virtual void printSold(const QString& name, const Attributes& attributes);                 // 41
     virtual void printStatementOfAccount(const QString& name, const Attributes& attributes);   // 42
     virtual bool printDuplicate();                                                             // 43
+    // A QR code or barcode of the document, its data already checked: the printer's own
+    // symbol where it has one; here, for printers without, its text as a centred line.
+    virtual void printCodeSymbol(const CodeSymbol& symbol); // 44
     // A method of the back-end's own, named by a method element the table above does not know
     // (the fiscal printer's daily closure): true when the back-end takes it, and its elements
     // are then ignored. The byte-stream back-ends take none.
-    virtual bool startBackEndMethod(const QString&) { return false; } // 44
+    virtual bool startBackEndMethod(const QString&) { return false; } // 45
 
     // Non-virtual members.
     void loadValues(const QString& doc);
@@ -226,6 +231,9 @@ private:
     enum class ColumnsHeader { Priced, AbstractOrder, Unpriced };
     void printColumnsHeaderOnce(ColumnsHeader kind);
     void printAddress(const QString& address);
+    // A qrcode or barcode element: its symbol, or, for data its symbology cannot hold, nothing
+    // and one line on standard error (printerdriver_codes.cpp).
+    void printCode(const QString& name, const Attributes& attributes);
     void printLabelLine(const char* label, const QString& text);
     // The blocks the order documents print for their elements (printerdriver_rows.cpp), each
     // taking (element name, attributes) as a layout does, so that a document's routing is a table.

@@ -44,7 +44,9 @@ PrinterDriver::Attributes blanked(const PrinterDriver::Attributes& attributes) {
 } // namespace
 
 bool PrinterDriver::startElement(const QString& qName, const Attributes& attributes) {
-    if (m_blankControls && hasControlCharacter(attributes))
+    // A QR code's data is not a row of text: its line breaks are the payload itself (a contact
+    // card, a list of the Wi-Fi's settings) and go into the symbol as they stand.
+    if (m_blankControls && qName != QLatin1String("qrcode") && hasControlCharacter(attributes))
         return startElement(qName, blanked(attributes));
     // The document's own printer, for the job, whatever the method and wherever the element
     // stands (before the method too); the last one wins. printSections keeps its own copy.

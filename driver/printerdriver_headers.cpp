@@ -140,6 +140,8 @@ bool PrinterDriver::printSections(const QString& name, const Attributes& attribu
         printDeliveryHeader(attributes);
     } else if (name == QLatin1String("orderinfo")) {
         printOrderInfo(attributes);
+    } else if (name == QLatin1String("qrcode") || name == QLatin1String("barcode")) {
+        printCode(name, attributes); // wherever a document prints lines
     } else {
         return false; // "customer" is deliberately not a section element
     }

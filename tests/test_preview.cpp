@@ -122,6 +122,26 @@ TEST(Preview, LogoDrawnDotForDot) {
     EXPECT_EQ(count(image, 12, 0, 4, 3), 4 * 3);
 }
 
+// Symbol commands a printer refuses draw no symbol: their bytes show as unknown cells.
+TEST(Preview, RefusedSymbolCommandsShowTheirBytes) {
+    const QByteArray jobs[] = {
+        bytes("\x1b@\x1dkC\x0d"
+              "4006381333932"),      // EAN-13 with a wrong check digit
+        bytes("\x1b@\x1dkI\x03{Ca"), // Code 128 in code set C
+        bytes("\x1b@\x1dkF\x02"
+              "12"),                              // ITF, not drawn
+        bytes("\x1b@\x1d(k\x03\x00\x31\x43\x11"), // QR module of 17 dots
+        bytes("\x1b@\x1d(k\x03\x00\x31Q0"),       // QR print with nothing stored
+    };
+    for (const QByteArray& job : jobs) {
+        const Paper paper = ReceiptDecoder::decode(job);
+        EXPECT_TRUE(paper.rasters.isEmpty()) << job.toHex().toStdString();
+        EXPECT_TRUE(std::any_of(paper.cells.cbegin(), paper.cells.cend(),
+                                [](const PaperCell& cell) { return cell.unknown; }))
+            << job.toHex().toStdString();
+    }
+}
+
 // The document as pastrel-print renders it and its bytes draw the same picture, in which the
 // end of the receipt is cut and opens the drawer.
 TEST(Preview, DocumentEndToEnd) {
@@ -153,6 +173,55 @@ TEST(Preview, DocumentEndToEnd) {
                     2 * kCellHeight, ReceiptPainter::kDrawerColour),
               0);
     EXPECT_TRUE(testsupport::readFile(pictures[2]).contains("<svg"));
+}
+
+// The preview's picture of a receipt read back by a decoder nobody here wrote (zbarimg, of
+// Debian's zbar-tools): every QR code and barcode gives its data back, drawn from the printer's
+// own commands as from the images a printer without them gets, on 80 mm and on 58 mm paper.
+TEST(Preview, CodesReadBackByADecoder) {
+    const QString document =
+        QStringLiteral(PASTREL_SOURCE_DIR "/tests/documents/codes/escpos-native/input.xml");
+    // Sorted lines of zbarimg's answer: the line break inside the QR code "Tavolo\n12" comes
+    // back as a line of its own, "12", which proves it reached the symbol.
+    const QByteArrayList expected = {"12",
+                                     "CODE-128:Buono {10}",
+                                     "CODE-39:RESO-42",
+                                     "EAN-13:4006381333931",
+                                     "EAN-8:96385074",
+                                     "QR-Code:Tavolo",
+                                     "QR-Code:https://pastrel.example/pay/118",
+                                     "UPC-A:036000291452"};
+    for (const int columns : {48, 32}) {
+        QImage pictures[2]; // native, raster
+        for (const bool raster : {false, true}) {
+            SCOPED_TRACE(testing::Message() << (raster ? "raster, " : "native, ") << columns);
+            const testsupport::TempHome home;
+            home.writeConfig(QStringLiteral("pastrel : { printer : { model = \"escpos\"; "
+                                            "columns = %1; qrcode = \"%2\"; }; };\n")
+                                 .arg(columns)
+                                 .arg(raster ? "raster" : "native")
+                                 .toUtf8());
+            const QString job = home.file(QStringLiteral("job.prn"));
+            testsupport::runPrint({document, job}, home.path());
+            const QByteArray bytes = testsupport::readFile(job);
+            EXPECT_EQ(bytes.contains("\x1d(k") || bytes.contains("\x1dk"), !raster);
+            EXPECT_EQ(bytes.contains("\x1dv0"), raster);
+            const QString picture = home.file(QStringLiteral("job.png"));
+            const testsupport::Run drawn = testsupport::runProgram(QStringLiteral(PASTREL_PREVIEW),
+                                                                   {job, picture}, home.path());
+            ASSERT_EQ(drawn.exitCode, 0) << drawn.err.toStdString();
+            const testsupport::Run read = testsupport::runProgram(
+                QStringLiteral("zbarimg"),
+                {QStringLiteral("-q"), QStringLiteral("-Supca.enable"), picture}, home.path());
+            ASSERT_TRUE(read.finished) << "zbarimg (Debian package zbar-tools) did not run";
+            QByteArrayList found = read.out.trimmed().split('\n');
+            std::sort(found.begin(), found.end());
+            EXPECT_EQ(found, expected);
+            pictures[raster] = QImage(picture);
+        }
+        // The same modules at the same places, the digits in the same cells.
+        EXPECT_EQ(pictures[0], pictures[1]) << columns;
+    }
 }
 
 } // namespace

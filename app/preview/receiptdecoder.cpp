@@ -1,6 +1,7 @@
 #include "receiptdecoder.h"
 
 #include "codepage.h"
+#include "codesymbol.h"
 #include "controlcodes.h"
 #include "escposcodes.h"
 
@@ -25,6 +26,12 @@ enum class Action {
     Cut,
     DrawerPulse,
     Raster,
+    FeedDots,
+    BarcodeHeight,
+    BarcodeWidth,
+    BarcodeText,
+    Barcode,
+    QrCode,
     StatusQuery,
     CompanyCut,
     CompanyPulse,
@@ -56,6 +63,12 @@ const Command kEscPosCommands[] = {
     {{EP::GS, EP::CUT}, 2, kCounted, Action::Cut},
     {{EP::ESC, EP::PULSE}, 2, 3, Action::DrawerPulse},
     {{EP::GS, EP::RASTER_IMAGE, EP::RASTER_FORMAT}, 3, kCounted, Action::Raster},
+    {{EP::ESC, EP::FEED_DOTS}, 2, 1, Action::FeedDots},
+    {{EP::GS, EP::BARCODE_HEIGHT}, 2, 1, Action::BarcodeHeight},
+    {{EP::GS, EP::BARCODE_WIDTH}, 2, 1, Action::BarcodeWidth},
+    {{EP::GS, EP::BARCODE_TEXT}, 2, 1, Action::BarcodeText},
+    {{EP::GS, EP::BARCODE}, 2, kCounted, Action::Barcode},
+    {{EP::GS, EP::SYMBOL, EP::SYMBOL_FUNCTION}, 3, kCounted, Action::QrCode},
     {{EP::DLE, EP::EOT}, 2, 1, Action::StatusQuery},
     {{EP::FS, EP::CANCEL_KANJI}, 2, 0, Action::CancelDoubleByte},
     {{EP::ESC, EP::FONT}, 2, 1, Action::Font},
@@ -69,7 +82,34 @@ const Command kCompanyCommands[] = {
     {{CC::ESC, CC::DRAWER, CC::DRAWER_PIN}, 3, 0, Action::CompanyDrawer},
 };
 
-constexpr int kRasterHeader = 8; // GS v 0 m xL xH yL yH
+constexpr int kRasterHeader = 8;  // GS v 0 m xL xH yL yH
+constexpr int kBarcodeHeader = 4; // GS k m n
+constexpr int kSymbolHeader = 5;  // GS ( k pL pH
+
+// What a printer is set to for its symbols after ESC @.
+constexpr int kPrinterBarHeight = 162;
+constexpr int kPrinterBarWidth = 3;
+constexpr int kPrinterModuleSize = 3;
+constexpr char kPrinterLevel = 'L';
+
+// The symbologies of GS k m (the form that counts its bytes), as the driver sends them.
+const struct {
+    char m;
+    CodeSymbol::Type type;
+} kBarcodes[] = {{EP::BARCODE_UPCA, CodeSymbol::Type::UpcA},
+                 {EP::BARCODE_EAN13, CodeSymbol::Type::Ean13},
+                 {EP::BARCODE_EAN8, CodeSymbol::Type::Ean8},
+                 {EP::BARCODE_CODE39, CodeSymbol::Type::Code39},
+                 {EP::BARCODE_CODE128, CodeSymbol::Type::Code128}};
+
+// Dots as the printer's raster commands carry them: rows of bytes, the leftmost dot highest.
+QImage bitImage(const char* dots, int rowBytes, int rows) {
+    QImage image(rowBytes * 8, rows, QImage::Format_Mono); // most significant bit leftmost
+    image.setColorTable({qRgb(255, 255, 255), qRgb(0, 0, 0)});
+    for (int row = 0; row < rows; ++row)
+        std::copy_n(dots + qsizetype(row) * rowBytes, rowBytes, image.scanLine(row));
+    return image;
+}
 
 enum class Justification { Left, Centre, Right };
 
@@ -178,6 +218,17 @@ private:
             const unsigned char m = at(bytes, 2);
             return m == EP::CUT_FULL_AFTER_FEED || m == EP::CUT_PARTIAL_AFTER_FEED ? 4 : 3;
         }
+        if (command.action == Action::Barcode) {
+            if (bytes.size() < kBarcodeHeader)
+                return 0;
+            // Only the form that counts its bytes (m from 65); the other ends in NUL.
+            return at(bytes, 2) >= EP::BARCODE_UPCA ? kBarcodeHeader + at(bytes, 3) : 0;
+        }
+        if (command.action == Action::QrCode) {
+            if (bytes.size() < kSymbolHeader)
+                return 0;
+            return kSymbolHeader + at(bytes, 3) + at(bytes, 4) * 256;
+        }
         if (bytes.size() < kRasterHeader)
             return 0; // Action::Raster
         const qsizetype rowBytes = at(bytes, 4) + at(bytes, 5) * 256;
@@ -200,6 +251,12 @@ private:
             m_widthScale = m_heightScale = 1;
             m_justification = Justification::Left;
             m_page = CodePages::byName(u"PC437"); // page 0, the printer's own
+            m_barHeight = kPrinterBarHeight;
+            m_barWidth = kPrinterBarWidth;
+            m_barText = CodeSymbol::Text::None;
+            m_qrSize = kPrinterModuleSize;
+            m_qrLevel = kPrinterLevel;
+            m_qrData.clear();
             return true;
         case Action::International:
             return n == 0; // USA, the only set whose ASCII is unchanged
@@ -247,6 +304,26 @@ private:
         }
         case Action::Raster:
             return raster(command);
+        case Action::FeedDots:
+            if (!m_line.isEmpty())
+                endLine(false);
+            advance(n);
+            return true;
+        case Action::BarcodeHeight:
+            m_barHeight = n;
+            return n > 0;
+        case Action::BarcodeWidth:
+            m_barWidth = n;
+            return n >= 1 && n <= 6;
+        case Action::BarcodeText: {
+            const int value = n >= '0' ? n - '0' : n;
+            m_barText = static_cast<CodeSymbol::Text>(value);
+            return value <= 3;
+        }
+        case Action::Barcode:
+            return barcode(command);
+        case Action::QrCode:
+            return qrCode(command.sliced(kSymbolHeader));
         case Action::StatusQuery:
             return false; // a question to a live printer has no place in a job file
         case Action::CompanyCut:
@@ -295,11 +372,7 @@ private:
         const int rows = at(command, 6) + at(command, 7) * 256;
         if (form > 3 || rowBytes == 0 || rows == 0)
             return false;
-        QImage image(rowBytes * 8, rows, QImage::Format_Mono); // most significant bit leftmost
-        image.setColorTable({qRgb(255, 255, 255), qRgb(0, 0, 0)});
-        for (int row = 0; row < rows; ++row)
-            std::copy_n(command.data() + kRasterHeader + row * rowBytes, rowBytes,
-                        image.scanLine(row));
+        const QImage image = bitImage(command.data() + kRasterHeader, rowBytes, rows);
         if (!m_line.isEmpty())
             endLine(true); // an image starts on a line of its own
         const int width = image.width() * (form & 1 ? 2 : 1);
@@ -307,6 +380,111 @@ private:
         m_paper.rasters.append({QRect(offset(width, m_justification), m_y, width, height), image});
         advance(height);
         return true;
+    }
+
+    // GS k: the bars drawn by the encoder that drew them for the document, the printer's
+    // digits above or below them.
+    bool barcode(QByteArrayView command) {
+        const auto row = std::find_if(std::begin(kBarcodes), std::end(kBarcodes),
+                                      [&](const auto& r) { return r.m == command[2]; });
+        if (row == std::end(kBarcodes))
+            return false;
+        CodeSymbol symbol;
+        symbol.type = row->type;
+        symbol.height = m_barHeight;
+        symbol.data = command.sliced(kBarcodeHeader).toByteArray();
+        if (symbol.type == CodeSymbol::Type::Code128) {
+            const char setB[] = {EP::CODE128_SHIFT, EP::CODE128_SET_B};
+            if (!symbol.data.startsWith(QByteArrayView(setB, 2)))
+                return false; // code sets A and C are not drawn
+            symbol.data.remove(0, 2).replace(QByteArray(2, EP::CODE128_SHIFT),
+                                             QByteArray(1, EP::CODE128_SHIFT));
+        }
+        QString why;
+        if (!CodeSymbol::checkBarcode(symbol.type, &symbol.data, &why) || !symbol.encode(&why))
+            return false;
+        endLineForImage();
+        const bool above =
+            m_barText == CodeSymbol::Text::Above || m_barText == CodeSymbol::Text::Both;
+        const bool below =
+            m_barText == CodeSymbol::Text::Below || m_barText == CodeSymbol::Text::Both;
+        const int width = symbol.modulesAcross() * m_barWidth;
+        if (above)
+            digits(symbol.readable(), width);
+        place(symbol, m_barWidth);
+        if (below)
+            digits(symbol.readable(), width);
+        return true;
+    }
+
+    // GS ( k with cn '1': the QR code functions; fn and its parameters follow.
+    bool qrCode(QByteArrayView function) {
+        if (function.size() < 2 || function[0] != EP::SYMBOL_QR)
+            return false;
+        const char fn = function[1];
+        const QByteArrayView parameters = function.sliced(2);
+        const unsigned char n = parameters.isEmpty() ? 0 : at(parameters, 0);
+        switch (fn) {
+        case EP::QR_MODEL:
+            return parameters.size() == 2 && n == EP::QR_MODEL_2;
+        case EP::QR_MODULE_SIZE:
+            m_qrSize = n;
+            return parameters.size() == 1 && n >= 1 && n <= CodeSymbol::kMaxModuleSize;
+        case EP::QR_ERROR_CORRECTION:
+            if (parameters.size() != 1 || n < EP::QR_LEVEL_L || n > EP::QR_LEVEL_L + 3)
+                return false;
+            m_qrLevel = CodeSymbol::kLevels[n - EP::QR_LEVEL_L];
+            return true;
+        case EP::QR_STORE:
+            if (parameters.isEmpty() || n != EP::QR_DATA_MODE)
+                return false;
+            m_qrData = parameters.sliced(1).toByteArray();
+            return true;
+        case EP::QR_PRINT: {
+            if (parameters.size() != 1 || n != EP::QR_DATA_MODE)
+                return false;
+            CodeSymbol symbol;
+            symbol.data = m_qrData;
+            symbol.level = m_qrLevel;
+            QString why;
+            if (!symbol.encode(&why))
+                return false;
+            endLineForImage();
+            place(symbol, m_qrSize);
+            return true;
+        }
+        }
+        return false;
+    }
+
+    void endLineForImage() {
+        if (!m_line.isEmpty())
+            endLine(true); // a symbol starts on a line of its own
+    }
+
+    void place(const CodeSymbol& symbol, int dotsPerModule) {
+        const LogoRaster dots = symbol.raster(dotsPerModule);
+        const int width = symbol.modulesAcross() * dotsPerModule;
+        const QImage image = bitImage(dots.dots.constData(), dots.bytesPerRow, dots.rows)
+                                 .copy(0, 0, width, dots.rows);
+        m_paper.rasters.append(
+            {QRect(offset(width, m_justification), m_y, width, dots.rows), image});
+        advance(dots.rows);
+    }
+
+    // A barcode's digits, a line of the printer's font centred on the bars.
+    void digits(const QString& text, int barsWidth) {
+        // Half a dot to the right, as the printer's centring of a line of text rounds.
+        const int left = offset(barsWidth, m_justification) +
+                         (barsWidth - int(text.size()) * kCellWidth + 1) / 2;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            PaperCell cell;
+            cell.character = text.at(i).unicode();
+            cell.rect =
+                QRect(std::max(left, 0) + int(i) * kCellWidth, m_y, kCellWidth, kCellHeight);
+            m_paper.cells.append(cell);
+        }
+        advance(kCellHeight);
     }
 
     void glyph(char32_t character) {
@@ -376,6 +554,12 @@ private:
     QVector<PaperCell> m_line;
     int m_lineWidth = 0;
     int m_y = 0;
+    int m_barHeight = kPrinterBarHeight;
+    int m_barWidth = kPrinterBarWidth;
+    CodeSymbol::Text m_barText = CodeSymbol::Text::None;
+    int m_qrSize = kPrinterModuleSize;
+    char m_qrLevel = kPrinterLevel;
+    QByteArray m_qrData;
 };
 
 } // namespace
