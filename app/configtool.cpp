@@ -3,6 +3,7 @@
 #include "configcommands.h"
 #include "configeditor.h"
 #include "firstrun.h"
+#include "fiscaltool.h"
 #include "logotool.h"
 #include "paconfiguration.h"
 #include "spooltool.h"
@@ -19,7 +20,7 @@
 namespace {
 
 const char kUsage[] = "usage: pastrel-config show | get KEY | set KEY VALUE | check | edit | "
-                      "logo IMAGE [RASTER] | spool list|send|drop | "
+                      "logo IMAGE [RASTER] | spool list|send|drop | fiscal last|status | "
                       "init [--force] MODEL | init --list | test-page [--drawer] OUTPUT";
 const char kHelp[] =
     "The till's configuration, $HOME/.pastrel/conf/pastrel.conf:\n"
@@ -31,6 +32,8 @@ const char kHelp[] =
     "  edit            change values in a window\n"
     "  logo IMAGE [RASTER]  convert the shop's logo for the ESC/POS printer\n"
     "  spool list | send | drop JOB...|all  the jobs waiting for a printer\n"
+    "  fiscal last     the last fiscal operation of the journal\n"
+    "  fiscal status [http://HOST[:PORT]]  the fiscal printer's state and last document\n"
     "  init [--force] MODEL  start the file from the sample for the printer MODEL\n"
     "                  (init --list names them); --force replaces an existing file\n"
     "  test-page [--drawer] OUTPUT  print a test page (model, columns, code page, a\n"
@@ -108,6 +111,8 @@ int configTool(int argc, char** argv) {
         return checkConfiguration();
     if (command == "spool")
         return spoolTool(argc - 1, argv + 1);
+    if (command == "fiscal")
+        return fiscalTool(argc - 1, argv + 1);
     if (command == "edit" && argc == 2)
         return edit(argc, argv);
     if (command == "logo" && (argc == 3 || argc == 4))

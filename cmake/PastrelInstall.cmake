@@ -57,7 +57,9 @@ pastrel_install_library(Log pastrel_log pastrel-log "pastrel-conf Qt6Core" log
     "The suite's file logger")
 pastrel_install_library(Lib pastrel_lib pastrel-lib "pastrel-log pastrel-conf Qt6Sql Qt6Widgets" lib
     "The suite's utility class and PostgreSQL helper")
-pastrel_install_library(Driver pastrel_driver pastrel-driver "pastrel-conf Qt6Core" driver
+pastrel_install_library(Fiscal pastrel_fiscal pastrel-fiscal "Qt6Core" fiscal
+    "Fiscal printers (RT): exact amounts, receipts, both XML dialects, the journal")
+pastrel_install_library(Driver pastrel_driver pastrel-driver "pastrel-conf pastrel-fiscal Qt6Core" driver
     "The receipt-printer document renderer of pastrel-print" -lqrencode -lzint)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/PastrelConfig.cmake.in

@@ -37,12 +37,12 @@ const char* const kDocumentFlags[] = {"printGeometry",
                                       "openCashDrawer"};
 
 // Keys outside the document groups and the printer's: the catalogue (compile), the logger, the
-// database and tools settings of HLibrary.
+// database and tools settings of HLibrary, and the fiscal printer's reparti table.
 const char* const kOtherKeys[] = {
     "pastrel.language.basedir", "pastrel.language.file",   "pastrel.logger.level",
     "pastrel.logger.basedir",   "pastrel.logger.filename", "pastrel.logger.type",
     "pastrel.db.dbname",        "pastrel.db.username",     "pastrel.db.password",
-    "pastrel.db.hostname",      "pastrel.bin.path"};
+    "pastrel.db.hostname",      "pastrel.bin.path",        "pastrel.fiscal.departments"};
 
 std::vector<KnownKeys::Key> buildTable() {
     std::vector<KnownKeys::Key> keys;

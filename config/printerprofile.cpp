@@ -70,7 +70,15 @@ PrinterProfile PrinterProfile::read(const std::function<QString(const QString&)>
     const auto text = [&lookup](Setting which) { return lookup(key(which)).trimmed(); };
     profile.model = text(Model).toLower();
     profile.codePage = text(CodePage);
-    profile.timeoutMs = number(setting(Timeout), text(Timeout), 3, &found) * 1000;
+    // A fiscal printer prints the receipt before it answers: a longer default wait.
+    profile.timeoutMs =
+        number(setting(Timeout), text(Timeout), profile.fiscalPrinter() ? 10 : 3, &found) * 1000;
+    profile.user = text(User);
+    profile.password = lookup(key(Password)); // as written: blanks may belong to it
+    QStringList fiscal;
+    profile.operatorId = number(setting(Operator), text(Operator), 1, &fiscal);
+    if (profile.fiscalPrinter())
+        found << fiscal;
     // The rest belongs to the ESC/POS printer: a company printer reports none of it.
     QStringList escPos;
     profile.columns = number(setting(Columns), text(Columns), 48, &escPos);

@@ -44,6 +44,9 @@ inline constexpr PrinterSetting kPrinterSettings[] = {
     {"pastrel.printer.logo", PrinterSetting::Kind::Path, "", 0, 0, "", "a file", true},
     {"pastrel.printer.timeout", PrinterSetting::Kind::Number, "3", 1, 600, "", "a number of seconds from 1 to 600", false},
     {"pastrel.printer.qrcode", PrinterSetting::Kind::Choice, "native", 0, 0, "native|raster", "native or raster", true},
+    {"pastrel.printer.user", PrinterSetting::Kind::Text, "", 0, 0, "", "a user name", false},
+    {"pastrel.printer.password", PrinterSetting::Kind::Text, "", 0, 0, "", "a password", false},
+    {"pastrel.printer.operator", PrinterSetting::Kind::Number, "1", 1, 99, "", "an operator number from 1 to 99", false},
 };
 // clang-format on
 
@@ -62,7 +65,10 @@ public:
         DrawerOffTime,
         Logo,
         Timeout,
-        QrCode
+        QrCode,
+        User,
+        Password,
+        Operator
     };
     static const PrinterSetting& setting(Setting which) { return kPrinterSettings[which]; }
     static QString key(Setting which) { return QLatin1String(setting(which).key); }
@@ -94,9 +100,17 @@ public:
     int drawerPin = 2; // 2 or 5
     int drawerOnMs = 50;
     int drawerOffMs = 500;
-    QString logo;     // as configured (trimmed); empty: no logo
-    QString logoPath; // the same, a relative path taken from the configuration folder
-    int timeoutMs = 3000;
+    QString logo;         // as configured (trimmed); empty: no logo
+    QString logoPath;     // the same, a relative path taken from the configuration folder
+    int timeoutMs = 3000; // 10 s for a fiscal printer (rt-...), which prints before it answers
     // QR codes and barcodes drawn as images, for a printer without their commands.
     bool rasterCodes = false;
+    // A fiscal printer's (rt-epson, rt-custom): its web user and password (HTTP Basic, Custom)
+    // and the operator number its commands carry.
+    QString user;
+    QString password;
+    int operatorId = 1;
+
+    // True for the fiscal printer models (driver/rtprinterdriver.h).
+    bool fiscalPrinter() const { return model.startsWith(QLatin1String("rt-")); }
 };

@@ -3,6 +3,7 @@
 #include "companyprinterdriver.h"
 #include "diagnostics.h"
 #include "escposprinterdriver.h"
+#include "rtprinterdriver.h"
 
 #include <QStringList>
 
@@ -17,6 +18,10 @@ std::unique_ptr<PrinterDriver> make(QIODevice* device, const PrinterProfile& pro
 const PrinterBackend kBackends[] = {
     {"company", &make<CompanyPrinterDriver>, nullptr, false},
     {"escpos", &make<EscPosPrinterDriver>, nullptr, true},
+    // Fiscal printers (RT) over HTTP: they deliver the document themselves, never through the
+    // spool (a fiscal receipt issued later would be a false document).
+    {"rt-epson", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
+    {"rt-custom", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
 };
 
 } // namespace

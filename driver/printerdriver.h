@@ -138,6 +138,10 @@ public:
     // A QR code or barcode of the document, its data already checked: the printer's own
     // symbol where it has one; here, for printers without, its text as a centred line.
     virtual void printCodeSymbol(const CodeSymbol& symbol); // 44
+    // A method of the back-end's own, named by a method element the table above does not know
+    // (the fiscal printer's daily closure): true when the back-end takes it, and its elements
+    // are then ignored. The byte-stream back-ends take none.
+    virtual bool startBackEndMethod(const QString&) { return false; } // 45
 
     // Non-virtual members.
     void loadValues(const QString& doc);

@@ -104,6 +104,13 @@ bool PrinterDriver::startElement(const QString& qName, const Attributes& attribu
         return true;
     }
 
+    if (startBackEndMethod(name)) {
+        m_method = name;
+        m_layout = nullptr;
+        startSection();
+        return true;
+    }
+
     SuiteLines::say(SuiteLines::kFileFormatNotSupported);
     m_method.clear();
     m_layout = nullptr;

@@ -1,7 +1,10 @@
 // pastrel-preview INPUT OUTPUT: draws a print job as the receipt it will become. INPUT is an XML
 // document, rendered first by the pastrel-print installed beside this program with the same
-// configuration, or the bytes pastrel-print already wrote; OUTPUT is a .png, .svg or .html file.
+// configuration, or the bytes pastrel-print already wrote, or the request pastrel-print wrote for
+// a fiscal printer (RT), drawn as the documento commerciale; OUTPUT is a .png, .svg or .html file.
 #include "codepage.h"
+#include "commercialdocument.h"
+#include "controlcodes.h"
 #include "diagnostics.h"
 #include "paconfiguration.h"
 #include "printerprofile.h"
@@ -93,6 +96,23 @@ bool render(const QString& document, QByteArray* bytes, QString* error) {
     return true;
 }
 
+// An RT request (pastrel-print writes one for an RT model and a file output) as the bytes of a
+// 40-column job: the documento commerciale the RT will print, then the cut.
+QByteArray commercialDocumentJob(const QByteArray& request) {
+    fiscal::DepartmentTable departments;
+    QString error;
+    if (QFileInfo(PAConfiguration::configurationPath()).isFile() &&
+        !departments.parse(SyncSingleton<PAConfiguration>::instance()->getStrValue(
+                               QStringLiteral("pastrel.fiscal.departments")),
+                           &error))
+        fail(error);
+    QByteArray job;
+    for (const QString& line :
+         fiscal::commercialDocument(request, departments, Preview::kCompanyColumns))
+        job += line.toUtf8() + char(ControlCodes::LF);
+    return job + char(ControlCodes::ESC) + char(ControlCodes::CUT);
+}
+
 // The layout settings of the printers, from the configuration pastrel-print reads.
 DecodeOptions configuredOptions() {
     DecodeOptions options;
@@ -162,8 +182,10 @@ int main(int argc, char** argv) {
                  .arg(arguments[0])
                  .arg(kMaxInputBytes));
     input.close();
-    if (isXml(bytes) && !render(arguments[0], &bytes, &error))
+    if (!fiscal::isRtRequest(bytes) && isXml(bytes) && !render(arguments[0], &bytes, &error))
         return fail(error);
+    if (fiscal::isRtRequest(bytes))
+        bytes = commercialDocumentJob(bytes);
 
     const Paper paper = ReceiptDecoder::decode(bytes, configuredOptions());
     if (!ReceiptPainter::save(paper, arguments[1], QFileInfo(arguments[0]).fileName(), &error))
