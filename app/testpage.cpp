@@ -8,10 +8,12 @@
 #include "outputjob.h"
 #include "paconfiguration.h"
 #include "printerbackends.h"
+#include "printerlink.h"
 #include "printerprofile.h"
 #include "syncsingleton.h"
 
 #include <QFile>
+#include <QUrl>
 
 #include <iostream>
 
@@ -100,6 +102,14 @@ constexpr PagePrinter kPagePrinters[] = {
 } // namespace
 
 int printTestPage(const QString& output, bool drawer) {
+    // "socket://" without a host leaves the address to a document's printers element; the page
+    // has none, so it would wait in the spool for an address it never gets, retried every minute.
+    if (PrinterLink::isNetwork(output) && QUrl(output).host().isEmpty()) {
+        Diagnostics::warn(QStringLiteral("no test page: %1 names no printer; give the printer's "
+                                         "address, socket://HOST[:PORT]")
+                              .arg(output));
+        return 2;
+    }
     const PrinterProfile profile =
         PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
     // The back-end as pastrel-print chooses it (an unknown model: the company printer, said on

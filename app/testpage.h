@@ -19,8 +19,9 @@
 // fiscal printer) gets no test page: its own tools and `pastrel-config check` serve it.
 //
 // Status: 0 when the page was written or delivered; 1 when the output could not be opened or
-// written, the page waits in the spool, or the printer gets no test page (the reason on standard
-// error).
+// written, the page waits in the spool, or the printer gets no test page; 2 for a network output
+// without the printer's address ("socket://"), which a page, having no printers element, cannot
+// fill in (the reason on standard error).
 #pragma once
 
 #include <QString>

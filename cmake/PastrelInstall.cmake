@@ -201,8 +201,10 @@ catalogue of printed labels and sample configurations.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libpastrel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
-# The libraries' headers include the toolkit's; the CMake package and the .pc files find it.
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "qt6-base-dev")
+# The libraries' headers include the toolkit's; the CMake package and the .pc files find it. The
+# renderer's library links the QR code and barcode encoders (-lqrencode -lzint), which a program
+# linking it statically needs too.
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "qt6-base-dev, libqrencode-dev, libzint-dev")
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "libqt6sql6-psql")
 set(CPACK_DEBIAN_DEV_DESCRIPTION "libraries of the Pastrel point-of-sale suite (development)
 Static libraries and headers the suite's programs build on: the

@@ -6,6 +6,8 @@
 
 #include <QDir>
 
+#include <optional>
+
 namespace {
 
 // The value of a number setting, or its default with the reason in problems.
@@ -66,39 +68,47 @@ PrinterProfile PrinterProfile::fromConfig(const libconfig::Config& config, QStri
 PrinterProfile PrinterProfile::read(const std::function<QString(const QString&)>& lookup,
                                     QStringList* problems) {
     PrinterProfile profile;
-    QStringList found;
+    profile.model = lookup(key(Model)).trimmed().toLower();
+    // The settings only the ESC/POS printer reads (escPosOnly in the table) are not reported for
+    // a company printer: they do not concern it.
+    const bool escPos = profile.model == QLatin1String("escpos");
+    QStringList ignored;
     const auto text = [&lookup](Setting which) { return lookup(key(which)).trimmed(); };
-    profile.model = text(Model).toLower();
+    // A number setting; without a fallback given, the table's default. A wrong value is
+    // reported when the setting concerns this printer.
+    const auto number = [&](Setting which, std::optional<int> fallback = std::nullopt,
+                            std::optional<bool> concerns = std::nullopt) {
+        const PrinterSetting& row = setting(which);
+        const bool reported = concerns.value_or(!row.escPosOnly || escPos);
+        return ::number(row, text(which), fallback.value_or(QByteArray(row.fallback).toInt()),
+                        reported && problems ? problems : &ignored);
+    };
+    const auto choice = [&](Setting which) {
+        const PrinterSetting& row = setting(which);
+        return ::choice(row, text(which),
+                        row.escPosOnly && !escPos ? &ignored
+                        : problems                ? problems
+                                                  : &ignored);
+    };
     profile.codePage = text(CodePage);
     // A fiscal printer prints the receipt before it answers: a longer default wait.
-    profile.timeoutMs =
-        number(setting(Timeout), text(Timeout), profile.fiscalPrinter() ? 10 : 3, &found) * 1000;
+    profile.timeoutMs = number(Timeout, profile.fiscalPrinter() ? 10 : 3) * 1000;
     profile.user = text(User);
     profile.password = lookup(key(Password)); // as written: blanks may belong to it
-    QStringList fiscal;
-    profile.operatorId = number(setting(Operator), text(Operator), 1, &fiscal);
-    if (profile.fiscalPrinter())
-        found << fiscal;
-    // The rest belongs to the ESC/POS printer: a company printer reports none of it.
-    QStringList escPos;
-    profile.columns = number(setting(Columns), text(Columns), 48, &escPos);
+    // The operator concerns only a fiscal printer: any other reports nothing of it.
+    profile.operatorId = number(Operator, std::nullopt, profile.fiscalPrinter());
+    profile.columns = number(Columns);
     // Without the setting, no row prints condensed: every job stays as it was. (On the common
     // printers the condensed font is three quarters as wide: 42 columns on 58 mm, 64 on 80 mm.)
-    profile.condensedColumns =
-        qMax(profile.columns,
-             number(setting(CondensedColumns), text(CondensedColumns), profile.columns, &escPos));
-    profile.codePageNumber = number(setting(CodePageNumber), text(CodePageNumber), -1, &escPos);
-    profile.fullCut = choice(setting(Cut), text(Cut), &escPos) == 1;
-    profile.drawerPin = choice(setting(DrawerPin), text(DrawerPin), &escPos) == 1 ? 5 : 2;
-    profile.drawerOnMs = number(setting(DrawerOnTime), text(DrawerOnTime), 50, &escPos);
-    profile.drawerOffMs = number(setting(DrawerOffTime), text(DrawerOffTime), 500, &escPos);
-    profile.rasterCodes = choice(setting(QrCode), text(QrCode), &escPos) == 1;
+    profile.condensedColumns = qMax(profile.columns, number(CondensedColumns, profile.columns));
+    profile.codePageNumber = number(CodePageNumber, -1);
+    profile.fullCut = choice(Cut) == 1;
+    profile.drawerPin = choice(DrawerPin) == 1 ? 5 : 2;
+    profile.drawerOnMs = number(DrawerOnTime);
+    profile.drawerOffMs = number(DrawerOffTime);
+    profile.rasterCodes = choice(QrCode) == 1;
     profile.logo = text(Logo);
     if (!profile.logo.isEmpty())
         profile.logoPath = QDir(configurationFolder()).filePath(profile.logo);
-    if (profile.model == QLatin1String("escpos"))
-        found << escPos;
-    if (problems)
-        *problems << found;
     return profile;
 }

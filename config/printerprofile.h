@@ -27,7 +27,7 @@ struct PrinterSetting {
     int maximum;          //
     const char* choices;  // Choice: the values taken, "|" between them, the first the default
     const char* valid;    // how a wrong value is described to the integrator
-    bool escPosOnly;      // read only when the printer is an ESC/POS printer
+    bool escPosOnly;      // a wrong value is reported only for an ESC/POS printer
 };
 
 // clang-format off

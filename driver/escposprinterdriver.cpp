@@ -69,7 +69,7 @@ EscPosPrinterDriver::~EscPosPrinterDriver() = default;
 void EscPosPrinterDriver::command(std::initializer_list<char> bytes) {
     // Within a line the command waits with the line's text (every such command is ASCII);
     // between lines it goes out at once.
-    if (m_lineCells > 0 || !m_line.isEmpty()) {
+    if (lineOpen()) {
         for (const char byte : bytes)
             m_line += QLatin1Char(byte);
         return;
@@ -141,7 +141,7 @@ void EscPosPrinterDriver::generatePulse() {
 void EscPosPrinterDriver::startSection() {}
 
 void EscPosPrinterDriver::endSection() {
-    if (m_lineCells > 0 || !m_line.isEmpty())
+    if (lineOpen())
         endLine();     // the cut waits for the start of a line
     m_style = Style(); // nothing of this job's formatting is left for the next
     applyStyle();
@@ -210,7 +210,7 @@ void EscPosPrinterDriver::printLogo() {
     }
     if (m_logo.isEmpty())
         return;
-    if (m_lineCells > 0 || !m_line.isEmpty())
+    if (lineOpen())
         endLine(); // a raster image starts at the beginning of a line
     writeBytes(m_logo);
 }
@@ -245,7 +245,7 @@ void EscPosPrinterDriver::printCodeSymbol(const CodeSymbol& symbol) {
                                     symbol.data, why);
         return;
     }
-    if (m_lineCells > 0 || !m_line.isEmpty())
+    if (lineOpen())
         endLine(); // a symbol starts at the beginning of a line
     // Centred plain text for the symbol and its digits; the document's own style afterwards.
     const Style style = m_style;

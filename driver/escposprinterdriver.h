@@ -79,6 +79,8 @@ private:
     // sent whole at its line feed, once its font is known.
     QString m_line;
     int m_lineCells = 0;
+    // Text or a command waits for the line feed (a command joins a line only once it has text).
+    bool lineOpen() const { return !m_line.isEmpty(); }
     bool m_logoLoaded = false;
     QByteArray m_logo; // the ready GS v 0 commands; empty: no logo to print
 };

@@ -195,9 +195,6 @@ protected:
     QString m_justification;
     QString m_documentPrefix;
     QString m_printerName;
-    QString m_printerCharSize;
-    QString m_printerIpAddress;
-    QString m_printerPort;
     // Settings of the current document type: 0 and false before the first method.
     int m_quantityFieldWidth = 0;
     int m_priceFieldWidth = 0;
@@ -241,7 +238,6 @@ private:
     static QString variantDescription(const Attributes& attributes);
     void requestDishSize(const QString& name);
     void printCustomerBlock(const QString& name, const Attributes& attributes);
-    void printKitchenHeadingRow(const QString& name, const Attributes& attributes);
     void printKitchenDishRow(const QString& name, const Attributes& attributes);
     void printKitchenVariantRow(const QString& name, const Attributes& attributes);
     void printFullOrderDishRow(const QString& name, const Attributes& attributes);

@@ -49,7 +49,7 @@ bool PrinterDriver::startElement(const QString& qName, const Attributes& attribu
     if (m_blankControls && qName != QLatin1String("qrcode") && hasControlCharacter(attributes))
         return startElement(qName, blanked(attributes));
     // The document's own printer, for the job, whatever the method and wherever the element
-    // stands (before the method too); the last one wins. printSections keeps its own copy.
+    // stands (before the method too); the last one wins.
     if (qName == QLatin1String("printers"))
         m_printerAddress = {value(attributes, "ipaddress"), value(attributes, "port")};
     if (qName != QLatin1String("method")) {

@@ -119,9 +119,6 @@ void PrinterDriver::printOrderInfo(const Attributes& attributes) {
 bool PrinterDriver::printSections(const QString& name, const Attributes& attributes) {
     if (name == QLatin1String("printers")) {
         m_printerName = value(attributes, "name");
-        m_printerCharSize = value(attributes, "charsize");
-        m_printerIpAddress = value(attributes, "ipaddress");
-        m_printerPort = value(attributes, "port");
         initPrinter();
     } else if (name == QLatin1String("geometry")) {
         printGeometry(attributes);

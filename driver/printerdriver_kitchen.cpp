@@ -5,10 +5,9 @@
 
 void PrinterDriver::printPartialOrder(const QString& name, const Attributes& attributes) {
     static const Route routes[] = {
+        // No "orderinfo" row: printSections() prints the order block for it first, so a kitchen
+        // ticket has no Num/Description heading.
         {"customer", &PrinterDriver::printCustomerBlock},
-        // Unreachable on purpose: printSections() prints the order block for "orderinfo" first,
-        // so a kitchen ticket has no Num/Description heading.
-        {"orderinfo", &PrinterDriver::printKitchenHeadingRow},
         {"receipe", &PrinterDriver::printKitchenDishRow},
         {"otherreceipe", &PrinterDriver::printKitchenDishRow},
         {"variant", &PrinterDriver::printKitchenVariantRow},

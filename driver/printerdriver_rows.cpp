@@ -40,11 +40,6 @@ void PrinterDriver::printCustomerBlock(const QString&, const Attributes& attribu
     printCustomerHeader(attributes);
 }
 
-void PrinterDriver::printKitchenHeadingRow(const QString&, const Attributes&) {
-    setBold();
-    println(descriptionRow(tr("Num"), tr("Description"), QString(), QString(), kBlank, kQd));
-}
-
 void PrinterDriver::printKitchenDishRow(const QString& name, const Attributes& attributes) {
     requestDishSize(name);
     println(descriptionRow(value(attributes, "number"), value(attributes, "name"), QString(),

@@ -157,4 +157,17 @@ TEST(ConfigToolTestPage, ReachesThePrinterOrWaitsInTheSpool) {
     EXPECT_TRUE(QDir(home.file(QStringLiteral(".pastrel/spool"))).entryList({"*.prn"}).isEmpty());
 }
 
+// "socket://" alone takes the address from a document's printers element, which the page lacks:
+// refused at once, rather than left in the spool where no address will ever reach it.
+TEST(ConfigToolTestPage, RefusesANetworkOutputWithoutAnAddress) {
+    TempHome home;
+    ASSERT_EQ(runTool(home, {"init", "escpos-80mm"}).exitCode, 0);
+    for (const char* output : {"socket://", "socket://:9100"}) {
+        const ToolRun run = runTool(home, {"test-page", output});
+        EXPECT_EQ(run.exitCode, 2) << output;
+        EXPECT_TRUE(run.err.contains("names no printer")) << run.err.constData();
+        EXPECT_FALSE(QDir(home.file(QStringLiteral(".pastrel/spool"))).exists()) << output;
+    }
+}
+
 } // namespace

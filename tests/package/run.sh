@@ -35,7 +35,11 @@ depends=$(dpkg-deb -f "$programs" Depends)
 for library in libqt6core6 libqt6widgets6 libc6; do
     [[ "$depends" == *"$library"* ]] || fail "Depends lacks $library: $depends"
 done
-[[ "$(dpkg-deb -f "$dev" Depends)" == *qt6-base-dev* ]] || fail "libpastrel-dev does not depend on qt6-base-dev"
+# What a program linking the static libraries needs besides them: the toolkit, and the encoders
+# the renderer links (-lqrencode -lzint in pastrel-driver.pc).
+for needed in qt6-base-dev libqrencode-dev libzint-dev; do
+    [[ "$(dpkg-deb -f "$dev" Depends)" == *"$needed"* ]] || fail "libpastrel-dev does not depend on $needed"
+done
 
 # Each file in the package Debian would put it in.
 multiarch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
