@@ -97,6 +97,8 @@ TEST(Preview, CodePageByteDrawsItsCharacter) {
         QByteArray job;
         const char16_t* page; // for the company printer; the ESC/POS jobs select their own
         QString character;
+        int number = -1; // the printer's own number for the page below
+        const char16_t* numbered = nullptr;
     } cases[] = {
         {bytes("\x1b@\x1bt\x13\xd5\n"), nullptr, QStringLiteral("€")}, // PC858
         {bytes("\x1b@\x1bt\x10\x80\n"), nullptr, QStringLiteral("€")}, // WPC1252
@@ -104,14 +106,68 @@ TEST(Preview, CodePageByteDrawsItsCharacter) {
         {bytes("\x1b@\x1bt\x00\x85\n"), nullptr, QStringLiteral("à")}, // PC437
         {bytes("\x1b@\x9c\n"), nullptr, QStringLiteral("£")},          // PC437 before any ESC t
         {bytes("\xd5\n"), u"PC858", QStringLiteral("€")}, // company printer with a page
+        // A printer numbering PC858 its own way: its number wins over the page it usually means.
+        {bytes("\x1b@\x1bt\x05\x85\n"), nullptr, QStringLiteral("à"), 5, u"PC858"},
+        {bytes("\x1b@\x1bt\x10\xd5\n"), nullptr, QStringLiteral("€"), 16, u"PC858"},
+        {bytes("\x1b@\x1bt\x10\x80\n"), nullptr, QStringLiteral("€"), 19, u"PC858"}, // WPC1252
     };
     for (const auto& c : cases) {
         DecodeOptions options;
         options.companyCodePage = c.page ? CodePages::byName(c.page) : nullptr;
+        options.escPosPageNumber = c.number;
+        options.escPosNumberedPage = c.numbered ? CodePages::byName(c.numbered) : nullptr;
         const QImage utf8 = draw(c.character.toUtf8() + "\n");
         EXPECT_GT(count(utf8, 0, 0, kCellWidth, kCellHeight), 0);
         EXPECT_EQ(cell(draw(c.job, options)), cell(utf8)) << c.character.toStdString();
     }
+}
+
+// A row between ESC M 1 and ESC M 0 on 58 mm paper (32 columns, 42 condensed): one line while
+// it fits the condensed width, in cells that share the paper's 384 dots; without the condensed
+// width it wraps at 32, as before.
+TEST(Preview, CondensedRowsFitTheirWidth) {
+    const struct {
+        int condensedColumns;
+        int characters;
+        int rows;
+    } cases[] = {{42, 42, 1}, {42, 43, 2}, {0, 42, 2}, {32, 33, 2}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.condensedColumns << " " << c.characters);
+        DecodeOptions options;
+        options.escPosColumns = 32;
+        options.escPosCondensedColumns = c.condensedColumns;
+        const QImage image =
+            draw(bytes("\x1b@\x1bM\x01") + QByteArray(c.characters, 'W') + bytes("\n\x1bM\x00"),
+                 options);
+        EXPECT_EQ(image.width() - 2 * origin().x(), 32 * kCellWidth);
+        EXPECT_EQ(image.height() - origin().y(), c.rows * kCellHeight + ReceiptPainter::kTail);
+        if (c.rows == 1) { // the 42nd W inside the paper: cells of 384 / 42 = 9 dots
+            EXPECT_GT(count(image, 41 * 9, 0, 9, kCellHeight), 0);
+        }
+    }
+    // ESC @ brings the normal font back: 33 characters wrap again.
+    DecodeOptions options;
+    options.escPosColumns = 32;
+    options.escPosCondensedColumns = 42;
+    const QImage image = draw(bytes("\x1b@\x1bM\x01\x1b@") + QByteArray(33, 'W') + "\n", options);
+    EXPECT_EQ(image.height() - origin().y(), 2 * kCellHeight + ReceiptPainter::kTail);
+}
+
+// The program takes both from the printer settings pastrel-print reads.
+TEST(Preview, PrinterSettingsReachThePicture) {
+    const testsupport::TempHome home;
+    home.writeConfig("pastrel : { printer : { model = \"escpos\"; columns = 32; "
+                     "condensedColumns = 42; codepage = \"PC858\"; codepageNumber = 5; }; };\n");
+    const QString job = home.file(QStringLiteral("job.prn"));
+    ASSERT_TRUE(testsupport::writeFile(job, bytes("\x1b@\x1bt\x05\x85\n\x1bM\x01") +
+                                                QByteArray(42, 'W') + bytes("\n\x1bM\x00")));
+    const QString picture = home.file(QStringLiteral("job.png"));
+    const testsupport::Run run =
+        testsupport::runProgram(QStringLiteral(PASTREL_PREVIEW), {job, picture}, home.path());
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QImage image(picture);
+    EXPECT_EQ(image.height() - origin().y(), 2 * kCellHeight + ReceiptPainter::kTail);
+    EXPECT_EQ(cell(image), cell(draw(QStringLiteral("à\n").toUtf8())));
 }
 
 TEST(Preview, LogoDrawnDotForDot) {

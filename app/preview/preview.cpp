@@ -121,11 +121,19 @@ DecodeOptions configuredOptions() {
     const PrinterProfile profile =
         PrinterProfile::fromConfiguration(*SyncSingleton<PAConfiguration>::instance());
     options.escPosColumns = profile.columns;
+    options.escPosCondensedColumns = profile.condensedColumns;
     const QString& page = profile.codePage;
     if (!page.isEmpty()) {
         options.companyCodePage = CodePages::byName(page);
         if (!options.companyCodePage)
             fail(QStringLiteral("no code page %1; company printer text read as UTF-8").arg(page));
+    }
+    if (profile.codePageNumber >= 0) {
+        // The page pastrel-print encodes ESC/POS text in, which it selects by that number: the
+        // one named, or its own PC858 when none or an unknown one is named.
+        options.escPosPageNumber = profile.codePageNumber;
+        options.escPosNumberedPage =
+            options.companyCodePage ? options.companyCodePage : CodePages::byName(u"PC858");
     }
     return options;
 }

@@ -150,6 +150,21 @@ public:
         m_utf8 = backend == Backend::Company && page == nullptr;
     }
 
+    // The condensed font: condensedColumns cells across the paper, each as wide as the paper
+    // divided among them (9 dots for 42 columns on 58 mm, as the printer's font B), so a row the
+    // printer holds on one line is drawn on one line.
+    void setCondensedColumns(int condensedColumns) {
+        if (condensedColumns <= m_paper.columns)
+            return;
+        m_condensedCellWidth = std::max(m_paper.width() / condensedColumns, 1);
+        m_condensedLineWidth = m_condensedCellWidth * condensedColumns;
+    }
+
+    void setNumberedPage(int number, const CodePage* page) {
+        m_pageNumber = page ? number : -1;
+        m_numberedPage = page;
+    }
+
     Paper run(QByteArrayView bytes) {
         const bool escPos = m_paper.backend == Backend::EscPos;
         qsizetype i = 0;
@@ -248,6 +263,7 @@ private:
             return true; // receipt printers ignore CR without their automatic line feed
         case Action::Initialise:
             m_bold = false;
+            m_condensed = false;
             m_widthScale = m_heightScale = 1;
             m_justification = Justification::Left;
             m_page = CodePages::byName(u"PC437"); // page 0, the printer's own
@@ -261,6 +277,10 @@ private:
         case Action::International:
             return n == 0; // USA, the only set whose ASCII is unchanged
         case Action::SelectCodePage: {
+            if (n == m_pageNumber) {
+                m_page = m_numberedPage;
+                return true;
+            }
             const auto page = std::find_if(CodePages::begin(), CodePages::end(),
                                            [n](const CodePage& p) { return p.escPosNumber == n; });
             if (page == CodePages::end())
@@ -338,10 +358,13 @@ private:
         case Action::CancelDoubleByte:
             return true; // single-byte text, as the preview always reads it
         case Action::Font: {
-            // The condensed font's rows are drawn in the one font of the preview: their letters
-            // are all there, only wider than on paper.
+            // The condensed font's rows are drawn in the one font of the preview, in narrower
+            // cells when the printer settings give the condensed width.
             const int font = n >= '0' ? n - '0' : n;
-            return font == EP::FONT_NORMAL || font == EP::FONT_CONDENSED;
+            if (font != EP::FONT_NORMAL && font != EP::FONT_CONDENSED)
+                return false;
+            m_condensed = font == EP::FONT_CONDENSED;
+            return true;
         }
         }
         return false;
@@ -491,20 +514,22 @@ private:
         PaperCell cell;
         cell.character = character;
         cell.bold = m_bold;
-        place(cell, m_widthScale, m_heightScale);
+        const bool condensed = m_condensed && m_condensedCellWidth > 0;
+        place(cell, (condensed ? m_condensedCellWidth : kCellWidth) * m_widthScale, m_heightScale,
+              condensed ? m_condensedLineWidth : m_paper.width());
     }
 
     void unknown(unsigned char byte) {
         PaperCell cell;
         cell.byte = byte;
         cell.unknown = true;
-        place(cell, 1, 1);
+        place(cell, kCellWidth, 1, m_paper.width()); // room for its hex code, in any font
     }
 
-    // Adds a cell to the line; a full line is printed first, as the printer wraps it.
-    void place(PaperCell cell, int widthScale, int heightScale) {
-        const int width = kCellWidth * widthScale;
-        if (!m_line.isEmpty() && m_lineWidth + width > m_paper.width())
+    // Adds a cell of width dots to the line; a line that would pass lineWidth dots is printed
+    // first, as the printer wraps it.
+    void place(PaperCell cell, int width, int heightScale, int lineWidth) {
+        if (!m_line.isEmpty() && m_lineWidth + width > lineWidth)
             endLine(true);
         if (m_line.isEmpty())
             m_lineJustification = m_justification; // the printer takes it at the line's start
@@ -546,7 +571,12 @@ private:
     Paper m_paper;
     const CodePage* m_page;
     bool m_utf8 = false;
+    int m_pageNumber = -1; // ESC t n of m_numberedPage; -1: every n as printers commonly number
+    const CodePage* m_numberedPage = nullptr;
     bool m_bold = false;
+    bool m_condensed = false;     // ESC M 1
+    int m_condensedCellWidth = 0; // dots; 0: condensed text takes the normal cells
+    int m_condensedLineWidth = 0; // dots the condensed font's full line takes
     int m_widthScale = 1;
     int m_heightScale = 1;
     Justification m_justification = Justification::Left;
@@ -573,10 +603,13 @@ Backend detect(const QByteArray& bytes) {
 
 Paper decode(const QByteArray& bytes, const DecodeOptions& options) {
     const Backend backend = detect(bytes);
-    if (backend == Backend::EscPos)
-        return Printer(backend, std::clamp(options.escPosColumns, 1, kMaxColumns),
-                       CodePages::byName(u"PC437"))
-            .run(bytes);
+    if (backend == Backend::EscPos) {
+        Printer printer(backend, std::clamp(options.escPosColumns, 1, kMaxColumns),
+                        CodePages::byName(u"PC437"));
+        printer.setCondensedColumns(std::min(options.escPosCondensedColumns, kMaxColumns));
+        printer.setNumberedPage(options.escPosPageNumber, options.escPosNumberedPage);
+        return printer.run(bytes);
+    }
     return Printer(backend, kCompanyColumns, options.companyCodePage).run(bytes);
 }
 

@@ -20,7 +20,7 @@ constexpr int kCellWidth = 12;  // dots per character cell, as 80 mm thermal pri
 constexpr int kCellHeight = 24; // dots per line of normal text
 constexpr int kCompanyColumns = 40;
 constexpr int kEscPosColumns = 48;   // when the configuration names no width
-constexpr int kMaxColumns = 128;     // wider than any receipt printer
+constexpr int kMaxColumns = 255;     // the widest line the printer settings take
 constexpr int kMaxPaperDots = 20000; // 2.5 m of paper at 8 dots a mm: a longer job is cut short
 constexpr int kMaxMarks = 200000; // cells, cuts and pulses: overprinting without a feed stops here
 } // namespace Preview
@@ -66,6 +66,13 @@ struct Paper {
 
 struct DecodeOptions {
     int escPosColumns = Preview::kEscPosColumns;
+    // Characters a line holds in the printer's condensed font (ESC M 1) across the same paper;
+    // not above escPosColumns: condensed text takes the normal cells and wraps as they do.
+    int escPosCondensedColumns = 0;
+    // The printer's own number for the configured page (ESC t n), and that page: a job that
+    // selects the page by it reads as that page, whatever page n means on other printers.
+    int escPosPageNumber = -1; // none
+    const CodePage* escPosNumberedPage = nullptr;
     const CodePage* companyCodePage = nullptr; // null: the company printer gets UTF-8
 };
 
