@@ -210,8 +210,9 @@ private:
             report(QStringLiteral("%1 = \"%2\" is not %3; printing for the company printer")
                        .arg(model, profile.model, PrinterBackends::names()));
         if (!profile.codePage.isEmpty() && !CodePages::byName(profile.codePage))
-            report(QStringLiteral("%1 = \"%2\" is not PC437, PC850, PC858 or WPC1252")
-                       .arg(PrinterProfile::key(PrinterProfile::CodePage), profile.codePage));
+            report(QStringLiteral("%1 = \"%2\" is not %3")
+                       .arg(PrinterProfile::key(PrinterProfile::CodePage), profile.codePage,
+                            CodePages::names()));
         for (const QString& problem : problems)
             report(problem);
         // A relative path counts from the configuration's folder, as pastrel-print takes it.

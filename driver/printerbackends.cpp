@@ -48,6 +48,5 @@ QString PrinterBackends::names() {
     QStringList names;
     for (const PrinterBackend& backend : kBackends)
         names << QLatin1String(backend.model);
-    const QString last = names.takeLast();
-    return names.isEmpty() ? last : names.join(QLatin1String(", ")) + QLatin1String(" or ") + last;
+    return Diagnostics::oneOf(names);
 }
