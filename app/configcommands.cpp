@@ -205,10 +205,8 @@ private:
     void checkPrinter() {
         QStringList problems;
         const PrinterProfile profile = PrinterProfile::fromConfig(m_config, &problems);
-        const QString model = PrinterProfile::key(PrinterProfile::Model);
         if (!profile.model.isEmpty() && !PrinterBackends::find(profile.model))
-            report(QStringLiteral("%1 = \"%2\" is not %3; printing for the company printer")
-                       .arg(model, profile.model, PrinterBackends::names()));
+            report(PrinterBackends::unknownModel(profile.model));
         if (!profile.codePage.isEmpty() && !CodePages::byName(profile.codePage))
             report(QStringLiteral("%1 = \"%2\" is not %3")
                        .arg(PrinterProfile::key(PrinterProfile::CodePage), profile.codePage,

@@ -39,9 +39,13 @@ const PrinterBackend& PrinterBackends::choose(const PrinterProfile& profile) {
         return kBackends[0];
     if (const PrinterBackend* backend = find(profile.model))
         return *backend;
-    Diagnostics::warn(QStringLiteral("unknown %1 \"%2\" (%3); printing for the company printer")
-                          .arg(PrinterProfile::key(PrinterProfile::Model), profile.model, names()));
+    Diagnostics::warn(unknownModel(profile.model));
     return kBackends[0];
+}
+
+QString PrinterBackends::unknownModel(const QString& model) {
+    return QStringLiteral("unknown %1 \"%2\" (%3); printing for the company printer")
+        .arg(PrinterProfile::key(PrinterProfile::Model), model, names());
 }
 
 QString PrinterBackends::names() {

@@ -32,7 +32,10 @@ namespace PrinterBackends {
 const PrinterBackend& choose(const PrinterProfile& profile);
 // The row of a model name (lower case), or null.
 const PrinterBackend* find(const QString& model);
-// The model names known, for messages: "company or escpos".
+// The model names known, for messages: "company, escpos, rt-epson or rt-custom".
 QString names();
+// The line that says a model name is unknown and the company printer prints instead; pastrel-print
+// writes it on standard error, `pastrel-config check` reports it in the same words.
+QString unknownModel(const QString& model);
 
 } // namespace PrinterBackends
