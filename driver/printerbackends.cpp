@@ -4,6 +4,7 @@
 #include "diagnostics.h"
 #include "escposprinterdriver.h"
 #include "rtprinterdriver.h"
+#include "testpagelayout.h"
 
 #include <QStringList>
 
@@ -16,12 +17,14 @@ std::unique_ptr<PrinterDriver> make(QIODevice* device, const PrinterProfile& pro
 
 // The first row is the printer of a till whose configuration names none.
 const PrinterBackend kBackends[] = {
-    {"company", &make<CompanyPrinterDriver>, nullptr, false},
-    {"escpos", &make<EscPosPrinterDriver>, nullptr, true},
+    {"company", &make<CompanyPrinterDriver>, nullptr, false,
+     &TestPageLayout::print<CompanyPrinterDriver>},
+    {"escpos", &make<EscPosPrinterDriver>, nullptr, true,
+     &TestPageLayout::print<EscPosPrinterDriver>},
     // Fiscal printers (RT) over HTTP: they deliver the document themselves, never through the
     // spool (a fiscal receipt issued later would be a false document).
-    {"rt-epson", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
-    {"rt-custom", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
+    {"rt-epson", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false, nullptr},
+    {"rt-custom", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false, nullptr},
 };
 
 } // namespace

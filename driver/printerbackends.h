@@ -23,6 +23,10 @@ struct PrinterBackend {
     // suite named; false when the document did not reach the printer.
     bool (*deliver)(PrinterDriver& driver, const QByteArray& output);
     bool answersStatus; // the delivery asks the printer's status after the job (DLE EOT)
+    // The page `pastrel-config test-page` prints (testpagelayout.h); null for a printer that
+    // has none.
+    bool (*printTestPage)(QIODevice* device, const PrinterProfile& profile, const char* model,
+                          bool drawer);
 };
 
 namespace PrinterBackends {
