@@ -14,7 +14,6 @@
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QFile>
-#include <QLocale>
 #include <QTranslator>
 
 #include <csignal>
@@ -22,20 +21,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-// The catalogue pastrel.language.basedir and file name. With file "/", the locale's catalogue,
-// with the toolkit's own suffix and fallback rules; otherwise the plain concatenation of the two,
-// no separator added. A failed load leaves the labels in English.
-void loadCatalogue(const PAConfiguration& configuration, QTranslator& translator,
-                   MessageCatalogue& catalogue) {
-    const QString basedir = configuration.getStrValue(QStringLiteral("pastrel.language.basedir"));
-    const QString file = configuration.getStrValue(QStringLiteral("pastrel.language.file"));
-    if (file == QLatin1String("/"))
-        catalogue.load(translator, basedir + QLatin1String("/pastrel_") + QLocale::system().name(),
-                       QStringLiteral("."));
-    else if (!(basedir + file).isEmpty())
-        catalogue.load(translator, basedir + file, QString());
-}
 
 // The input document. An output naming the input would be truncated before the input is read,
 // and the document lost: the input is then read whole first (docs/robustness.md).
@@ -87,7 +72,10 @@ void compile(int argc, char** argv) {
     const PAConfiguration& configuration = *SyncSingleton<PAConfiguration>::instance();
     QTranslator translator;
     MessageCatalogue catalogue; // outlives the translator's use of it
-    loadCatalogue(configuration, translator, catalogue);
+    // A catalogue not found or refused leaves the labels in English.
+    catalogue.loadConfigured(translator,
+                             configuration.getStrValue(QStringLiteral("pastrel.language.basedir")),
+                             configuration.getStrValue(QStringLiteral("pastrel.language.file")));
     QCoreApplication::installTranslator(&translator);
 
     const PrinterProfile profile = PrinterProfile::fromConfiguration(configuration);

@@ -183,20 +183,13 @@ private:
 
     // The catalogue pastrel-print would load, found, read and checked as it does.
     void checkCatalogue() {
-        const QString basedir = value("pastrel.language.basedir");
         const QString file = value("pastrel.language.file");
-        if (file.isEmpty())
-            return; // no catalogue configured: the labels print in English
         QTranslator translator;
         MessageCatalogue catalogue;
-        QString why;
-        const bool byLocale = file == QLatin1String("/");
-        const QString name = byLocale
-                                 ? basedir + QLatin1String("/pastrel_") + QLocale::system().name()
-                                 : basedir + file;
-        const MessageCatalogue::Result result =
-            catalogue.tryLoad(translator, name, byLocale ? QStringLiteral(".") : QString(), &why);
-        if (result == MessageCatalogue::Result::NotFound && byLocale)
+        QString name, why;
+        const MessageCatalogue::Result result = catalogue.tryLoadConfigured(
+            translator, value("pastrel.language.basedir"), file, &name, &why);
+        if (result == MessageCatalogue::Result::NotFound && file == QLatin1String("/"))
             report(QLatin1String("pastrel.language.file = /: no catalogue for the locale ") +
                    QLocale::system().name() + QLatin1String(" (") + name +
                    QLatin1String(".qm); the labels print in English"));
@@ -212,13 +205,12 @@ private:
     void checkPrinter() {
         QStringList problems;
         const PrinterProfile profile = PrinterProfile::fromConfig(m_config, &problems);
-        const QString model = PrinterProfile::key(PrinterProfile::Model);
         if (!profile.model.isEmpty() && !PrinterBackends::find(profile.model))
-            report(QStringLiteral("%1 = \"%2\" is not %3; printing for the company printer")
-                       .arg(model, profile.model, PrinterBackends::names()));
+            report(PrinterBackends::unknownModel(profile.model));
         if (!profile.codePage.isEmpty() && !CodePages::byName(profile.codePage))
-            report(QStringLiteral("%1 = \"%2\" is not PC437, PC850, PC858 or WPC1252")
-                       .arg(PrinterProfile::key(PrinterProfile::CodePage), profile.codePage));
+            report(QStringLiteral("%1 = \"%2\" is not %3")
+                       .arg(PrinterProfile::key(PrinterProfile::CodePage), profile.codePage,
+                            CodePages::names()));
         for (const QString& problem : problems)
             report(problem);
         // A relative path counts from the configuration's folder, as pastrel-print takes it.

@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QTranslator>
 #include <QtEndian>
 
@@ -145,14 +146,45 @@ QString MessageCatalogue::defect(const QByteArray& bytes) {
     return QString();
 }
 
+namespace {
+
+void warnRefused(const QString& why) {
+    Diagnostics::warn(QLatin1String("message catalogue ") + why +
+                      QLatin1String("; labels print in English"));
+}
+
+} // namespace
+
 bool MessageCatalogue::load(QTranslator& translator, const QString& name,
                             const QString& directory) {
     QString why;
     if (tryLoad(translator, name, directory, &why) == Result::Loaded)
         return true;
-    Diagnostics::warn(QLatin1String("message catalogue ") + why +
-                      QLatin1String("; labels print in English"));
+    warnRefused(why);
     return false;
+}
+
+bool MessageCatalogue::loadConfigured(QTranslator& translator, const QString& basedir,
+                                      const QString& file) {
+    QString name, why;
+    const Result result = tryLoadConfigured(translator, basedir, file, &name, &why);
+    if (result == Result::NotFound || result == Result::Refused)
+        warnRefused(why);
+    return result == Result::Loaded;
+}
+
+MessageCatalogue::Result MessageCatalogue::tryLoadConfigured(QTranslator& translator,
+                                                             const QString& basedir,
+                                                             const QString& file, QString* name,
+                                                             QString* why) {
+    if (file == QLatin1String("/")) {
+        *name = basedir + QLatin1String("/pastrel_") + QLocale::system().name();
+        return tryLoad(translator, *name, QStringLiteral("."), why);
+    }
+    *name = basedir + file;
+    if (name->isEmpty())
+        return Result::NotConfigured;
+    return tryLoad(translator, *name, QString(), why);
 }
 
 MessageCatalogue::Result MessageCatalogue::tryLoad(QTranslator& translator, const QString& name,

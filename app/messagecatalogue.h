@@ -29,9 +29,19 @@ public:
 
     // The same, silent: what happened, with *why describing a catalogue not found ("NAME not
     // found") or refused ("PATH refused (REASON)"). `pastrel-config check` reports it its way.
-    enum class Result { Loaded, NotFound, Refused };
+    enum class Result { Loaded, NotFound, Refused, NotConfigured };
     Result tryLoad(QTranslator& translator, const QString& name, const QString& directory,
                    QString* why);
+
+    // The catalogue that the settings pastrel.language.basedir and pastrel.language.file name,
+    // loaded as load() does. With file "/", the locale's catalogue basedir + "/pastrel_" +
+    // LOCALE, with the toolkit's suffix and fallback rules; otherwise basedir + file joined as
+    // they are, no separator added. Both empty: nothing is loaded, nothing said.
+    bool loadConfigured(QTranslator& translator, const QString& basedir, const QString& file);
+    // The same, silent, as tryLoad(); *name receives the name looked for. NotConfigured when
+    // both settings are empty.
+    Result tryLoadConfigured(QTranslator& translator, const QString& basedir, const QString& file,
+                             QString* name, QString* why);
 
 private:
     QByteArray m_bytes; // the catalogue the translator reads

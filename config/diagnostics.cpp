@@ -39,6 +39,14 @@ void Diagnostics::warn(const char* text) {
     warn(QByteArray(text));
 }
 
+QString Diagnostics::oneOf(QStringList values) {
+    if (values.isEmpty())
+        return QString();
+    const QString last = values.takeLast();
+    return values.isEmpty() ? last
+                            : values.join(QLatin1String(", ")) + QLatin1String(" or ") + last;
+}
+
 QByteArray SuiteLines::usage(const QByteArray& program) {
     return "Usage: " + program + " input_file output_file";
 }

@@ -9,6 +9,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 namespace Diagnostics {
 
@@ -21,6 +22,8 @@ QString programName();
 void warn(const QString& text);
 void warn(const QByteArray& text);
 void warn(const char* text);
+// The values a setting accepts as a line names them: "a, b or c" ("a" alone for one).
+QString oneOf(QStringList values);
 
 } // namespace Diagnostics
 

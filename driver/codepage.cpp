@@ -1,5 +1,9 @@
 #include "codepage.h"
 
+#include "diagnostics.h"
+
+#include <QStringList>
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -111,6 +115,14 @@ const CodePage* begin() {
 
 const CodePage* end() {
     return std::end(kPages);
+}
+
+QString names() {
+    QStringList names;
+    for (const CodePage& page : kPages)
+        names << QLatin1String(page.name);
+    names.sort();
+    return Diagnostics::oneOf(names);
 }
 
 const CodePage* byName(QStringView name) {

@@ -19,6 +19,9 @@ struct CodePage {
 namespace CodePages {
 // The page named name (case-insensitive), or nullptr when no page has that name.
 const CodePage* byName(QStringView name);
+// The pages' names in alphabetical order, as the lines that name the accepted values list them:
+// "PC437, PC850, PC858 or WPC1252".
+QString names();
 // Every page, for listing and for tests.
 const CodePage* begin();
 const CodePage* end();

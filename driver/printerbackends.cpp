@@ -4,6 +4,7 @@
 #include "diagnostics.h"
 #include "escposprinterdriver.h"
 #include "rtprinterdriver.h"
+#include "testpagelayout.h"
 
 #include <QStringList>
 
@@ -16,12 +17,14 @@ std::unique_ptr<PrinterDriver> make(QIODevice* device, const PrinterProfile& pro
 
 // The first row is the printer of a till whose configuration names none.
 const PrinterBackend kBackends[] = {
-    {"company", &make<CompanyPrinterDriver>, nullptr, false},
-    {"escpos", &make<EscPosPrinterDriver>, nullptr, true},
+    {"company", &make<CompanyPrinterDriver>, nullptr, false,
+     &TestPageLayout::print<CompanyPrinterDriver>},
+    {"escpos", &make<EscPosPrinterDriver>, nullptr, true,
+     &TestPageLayout::print<EscPosPrinterDriver>},
     // Fiscal printers (RT) over HTTP: they deliver the document themselves, never through the
     // spool (a fiscal receipt issued later would be a false document).
-    {"rt-epson", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
-    {"rt-custom", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false},
+    {"rt-epson", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false, nullptr},
+    {"rt-custom", &make<RtPrinterDriver>, &RtPrinterDriver::deliverJob, false, nullptr},
 };
 
 } // namespace
@@ -39,15 +42,18 @@ const PrinterBackend& PrinterBackends::choose(const PrinterProfile& profile) {
         return kBackends[0];
     if (const PrinterBackend* backend = find(profile.model))
         return *backend;
-    Diagnostics::warn(QStringLiteral("unknown %1 \"%2\" (%3); printing for the company printer")
-                          .arg(PrinterProfile::key(PrinterProfile::Model), profile.model, names()));
+    Diagnostics::warn(unknownModel(profile.model));
     return kBackends[0];
+}
+
+QString PrinterBackends::unknownModel(const QString& model) {
+    return QStringLiteral("unknown %1 \"%2\" (%3); printing for the company printer")
+        .arg(PrinterProfile::key(PrinterProfile::Model), model, names());
 }
 
 QString PrinterBackends::names() {
     QStringList names;
     for (const PrinterBackend& backend : kBackends)
         names << QLatin1String(backend.model);
-    const QString last = names.takeLast();
-    return names.isEmpty() ? last : names.join(QLatin1String(", ")) + QLatin1String(" or ") + last;
+    return Diagnostics::oneOf(names);
 }

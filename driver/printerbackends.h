@@ -23,6 +23,10 @@ struct PrinterBackend {
     // suite named; false when the document did not reach the printer.
     bool (*deliver)(PrinterDriver& driver, const QByteArray& output);
     bool answersStatus; // the delivery asks the printer's status after the job (DLE EOT)
+    // The page `pastrel-config test-page` prints (testpagelayout.h); null for a printer that
+    // has none.
+    bool (*printTestPage)(QIODevice* device, const PrinterProfile& profile, const char* model,
+                          bool drawer);
 };
 
 namespace PrinterBackends {
@@ -32,7 +36,10 @@ namespace PrinterBackends {
 const PrinterBackend& choose(const PrinterProfile& profile);
 // The row of a model name (lower case), or null.
 const PrinterBackend* find(const QString& model);
-// The model names known, for messages: "company or escpos".
+// The model names known, for messages: "company, escpos, rt-epson or rt-custom".
 QString names();
+// The line that says a model name is unknown and the company printer prints instead; pastrel-print
+// writes it on standard error, `pastrel-config check` reports it in the same words.
+QString unknownModel(const QString& model);
 
 } // namespace PrinterBackends

@@ -102,9 +102,9 @@ void PrinterDriver::selectCodePage(const CodePage* fallback) {
     const QString& name = m_profile.codePage;
     m_codePage = name.isEmpty() ? fallback : CodePages::byName(name);
     if (!m_codePage && !name.isEmpty()) {
-        Diagnostics::warn(QStringLiteral("unknown code page \"%1\" in %2 (PC437, PC850, PC858 or "
-                                         "WPC1252); using %3")
+        Diagnostics::warn(QStringLiteral("unknown code page \"%1\" in %2 (%3); using %4")
                               .arg(name, PrinterProfile::key(PrinterProfile::CodePage),
+                                   CodePages::names(),
                                    QLatin1String(fallback ? fallback->name : "UTF-8")));
         m_codePage = fallback;
     }

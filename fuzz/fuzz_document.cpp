@@ -4,6 +4,7 @@
 #include "documentharness.h"
 #include "documentreader.h"
 #include "fuzztarget.h"
+#include "messagecatalogue.h"
 #include "paconfiguration.h"
 #include "syncsingleton.h"
 
@@ -22,9 +23,12 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     home.writeConfiguration(DocumentHarness::sampleConfiguration());
     static QCoreApplication application(*argc, *argv);
     PAConfiguration* configuration = SyncSingleton<PAConfiguration>::instance();
+    // The labels' catalogue found and loaded as pastrel-print loads it.
+    static MessageCatalogue catalogue;
     static QTranslator translator;
-    (void)translator.load(configuration->getStrValue(QStringLiteral("pastrel.language.basedir")) +
-                          configuration->getStrValue(QStringLiteral("pastrel.language.file")));
+    catalogue.loadConfigured(translator,
+                             configuration->getStrValue(QStringLiteral("pastrel.language.basedir")),
+                             configuration->getStrValue(QStringLiteral("pastrel.language.file")));
     QCoreApplication::installTranslator(&translator);
     return 0;
 }

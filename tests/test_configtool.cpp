@@ -124,6 +124,35 @@ TEST(ConfigToolCheck, RefusesEveryDamagedCatalogue) {
     }
 }
 
+// What pastrel-print warns about, check finds from the same rules: a catalogue folder without a
+// file (pastrel-print looks for the folder's own name), a model no back-end has, in pastrel-print's
+// very words, and a code page no table has.
+TEST(ConfigToolCheck, FindsWhatPastrelPrintWarnsAbout) {
+    TempHome home;
+    home.writeConfig("pastrel : {\n language : { basedir = \"/no/catalogues/\"; };\n"
+                     " printer : { model = epson; codepage = PC999; };\n};\n");
+    const ToolRun check = runTool(home, {QStringLiteral("check")});
+    EXPECT_EQ(check.exitCode, 1);
+    EXPECT_BYTES("pastrel.language.basedir + file: no catalogue at /no/catalogues/; the labels "
+                 "print in English\n"
+                 "unknown pastrel.printer.model \"epson\" (company, escpos, rt-epson or "
+                 "rt-custom); printing for the company printer\n"
+                 "pastrel.printer.codepage = \"PC999\" is not PC437, PC850, PC858 or WPC1252\n",
+                 check.out);
+    const ToolRun print = testsupport::runPrint(
+        {QStringLiteral(PASTREL_SOURCE_DIR
+                        "/tests/documents/receipt/company-printer-code-page/input.xml"),
+         home.file(QStringLiteral("out.prn"))},
+        home.path());
+    EXPECT_BYTES("pastrel-print: message catalogue /no/catalogues/ not found; labels print in "
+                 "English\n"
+                 "pastrel-print: unknown pastrel.printer.model \"epson\" (company, escpos, "
+                 "rt-epson or rt-custom); printing for the company printer\n"
+                 "pastrel-print: unknown code page \"PC999\" in pastrel.printer.codepage (PC437, "
+                 "PC850, PC858 or WPC1252); using UTF-8\n",
+                 print.err);
+}
+
 // Ten runs of set at once, each a key of its own, three times over: every run's key is kept,
 // the file stays readable, and no temporary file is left beside it.
 TEST(ConfigToolSet, TenAtOnceKeepEveryChange) {
