@@ -8,6 +8,8 @@
 #include <QTranslator>
 #include <QtEndian>
 
+#include <algorithm>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -37,33 +39,92 @@ struct Span {
     quint32 length = 0;
 };
 
-// Follows the records of the message at offset as a lookup does, until it stops; every record
-// must lie inside the block. checked marks offsets already followed, so the whole check stays
-// linear in the catalogue's size.
-bool messageFits(const Span& messages, quint32 offset, std::vector<bool>& checked) {
-    std::vector<quint32> path;
-    quint32 at = offset;
-    while (at < messages.length && !checked[at]) {
-        path.push_back(at);
-        const uchar tag = messages.data[at++];
-        if (tag == kObsolete) {
-            at += 4;
-            continue;
-        }
-        if (tag != kTranslation && tag != kSourceText && tag != kContext && tag != kComment)
-            break; // kEnd or a tag that ends the lookup
-        if (messages.length - at < 4)
-            return false;
-        const quint32 length = be32(messages.data + at);
-        at += 4;
-        // A comment's first byte is read even when its length is 0.
-        if (messages.length - at < length || (tag == kComment && at == messages.length))
-            return false;
-        at += length;
+// The toolkit's hash of a text, continued over the next one (the source text, then the comment);
+// each stops at its first NUL byte, as the lookup's own hash does.
+quint32 elfHashContinue(const uchar* text, quint32 length, quint32 hash) {
+    for (quint32 at = 0; at < length && text[at] != 0; ++at) {
+        hash = (hash << 4) + text[at];
+        const quint32 high = hash & 0xf0000000;
+        if (high != 0)
+            hash ^= high >> 24;
+        hash &= ~high;
     }
-    for (const quint32 visited : path)
-        checked[visited] = true;
-    return true;
+    return hash;
+}
+
+quint32 elfHashFinish(quint32 hash) {
+    return hash != 0 ? hash : 1;
+}
+
+// A text record of a message: where its bytes start and how many there are.
+struct Text {
+    const uchar* data = nullptr;
+    quint32 length = 0;
+    bool present = false;
+};
+
+// One message of the messages block: where it starts and the texts a lookup compares.
+struct Message {
+    quint32 offset = 0;
+    Text source, comment, context;
+    bool filed = false; // an entry of the table of messages leads to it
+};
+
+// The messages block read from its start, message after message, each a run of records ending
+// with kEnd: every record of a kind the lookup reads, inside the block, and every translation a
+// whole number of 16-bit characters (an odd length makes the lookup give up on the label).
+// Empty with messages filled in, or what is wrong. Each message needs an entry of the table of
+// messages, so more than entries of them are refused before more memory is taken.
+QString readMessages(const Span& block, quint32 entries, std::vector<Message>& messages) {
+    for (quint32 at = 0; at < block.length;) {
+        if (messages.size() == entries)
+            return QStringLiteral("a message is missing from its table of messages");
+        Message message;
+        message.offset = at;
+        for (;;) {
+            if (at >= block.length)
+                return QStringLiteral("a message runs past the end of the file");
+            const uchar tag = block.data[at++];
+            if (tag == kEnd)
+                break;
+            if (tag == kObsolete) {
+                if (block.length - at < 4)
+                    return QStringLiteral("a message runs past the end of the file");
+                at += 4;
+                continue;
+            }
+            if (tag != kTranslation && tag != kSourceText && tag != kContext && tag != kComment)
+                return QStringLiteral("a message holds a record the translator cannot read");
+            if (block.length - at < 4)
+                return QStringLiteral("a message runs past the end of the file");
+            const quint32 length = be32(block.data + at);
+            at += 4;
+            if (block.length - at < length)
+                return QStringLiteral("a message runs past the end of the file");
+            if (tag == kTranslation && length % 2 != 0)
+                return QStringLiteral("a translation is cut in the middle of a character");
+            Text* const text = tag == kSourceText ? &message.source
+                               : tag == kComment  ? &message.comment
+                               : tag == kContext  ? &message.context
+                                                  : nullptr;
+            // A second text of a kind is another record's tag changed: the lookup compares both.
+            if (text != nullptr && text->present)
+                return QStringLiteral("a message holds one of its texts twice");
+            if (text != nullptr)
+                *text = Text{block.data + at, length, true};
+            at += length;
+        }
+        messages.push_back(message);
+    }
+    return QString();
+}
+
+// As the lookup compares a stored text with the one asked for: one trailing NUL byte is not part
+// of the stored text.
+bool sameText(const uchar* stored, quint32 length, const uchar* wanted, quint32 wantedLength) {
+    if (length > 0 && stored[length - 1] == 0)
+        --length;
+    return length == wantedLength && std::memcmp(stored, wanted, length) == 0;
 }
 
 // The contexts' hash table: a 16-bit size, as many 16-bit offsets, then runs of
@@ -102,6 +163,27 @@ bool contextsFit(const Span& contexts) {
     return true;
 }
 
+// True when the context is in the contexts' table, where the lookup looks for it before it
+// looks at any message (a table that fits, checked by contextsFit).
+bool contextListed(const Span& contexts, const Text& context) {
+    const quint32 buckets = qFromBigEndian<quint16>(contexts.data);
+    quint32 length = context.length;
+    if (length > 0 && context.data[length - 1] == 0)
+        --length;
+    const quint32 bucket = elfHashFinish(elfHashContinue(context.data, length, 0)) % buckets;
+    const quint32 offset = qFromBigEndian<quint16>(contexts.data + 2 + 2 * bucket);
+    if (offset == 0)
+        return false;
+    for (quint64 at = 2 + 2ULL * buckets + 2ULL * offset;;) {
+        const quint32 nameLength = contexts.data[at++];
+        if (nameLength == 0)
+            return false;
+        if (sameText(contexts.data + at, nameLength, context.data, length))
+            return true;
+        at += nameLength;
+    }
+}
+
 } // namespace
 
 QString MessageCatalogue::defect(const QByteArray& bytes) {
@@ -137,12 +219,45 @@ QString MessageCatalogue::defect(const QByteArray& bytes) {
         return QStringLiteral("its table of contexts points outside the file");
     if (hashes.length % 8 != 0)
         return QStringLiteral("its table of messages is cut short");
-    std::vector<bool> checked(messages.length, false);
+    std::vector<Message> list;
+    const QString unreadable = readMessages(messages, hashes.length / 8, list);
+    if (!unreadable.isEmpty())
+        return unreadable;
+    // The table of messages as the lookup searches it: by hash, in halves, so in ascending order;
+    // each entry leads to the start of a message, and a message that carries its source text
+    // (and comment, as lrelease writes every message) is found only under their hash. So a changed
+    // byte in the table or in a label's source text is refused, not printed half in English.
+    quint32 previous = 0;
     for (quint32 entry = 0; entry < hashes.length; entry += 8) {
+        const quint32 hash = be32(hashes.data + entry);
         const quint32 offset = be32(hashes.data + entry + 4);
-        if (offset > messages.length || !messageFits(messages, offset, checked))
+        if (hash < previous)
+            return QStringLiteral("its table of messages is out of order");
+        previous = hash;
+        if (offset >= messages.length)
             return QStringLiteral("a message points outside the file");
+        const auto found = std::lower_bound(
+            list.begin(), list.end(), offset,
+            [](const Message& message, quint32 at) { return message.offset < at; });
+        if (found == list.end() || found->offset != offset)
+            return QStringLiteral("a message points into the middle of another");
+        if (found->filed)
+            return QStringLiteral("two entries of its table of messages lead to one message");
+        found->filed = true;
+        const Message& message = *found;
+        if (message.source.present && message.comment.present &&
+            hash != elfHashFinish(elfHashContinue(
+                        message.comment.data, message.comment.length,
+                        elfHashContinue(message.source.data, message.source.length, 0))))
+            return QStringLiteral("a message's hash does not match its source text");
+        if (contexts.length > 0 && message.context.present &&
+            !contextListed(contexts, message.context))
+            return QStringLiteral("a message's context is missing from the table of contexts");
     }
+    // lrelease files every message once: one the table does not lead to is a label the lookup
+    // can never find (a changed byte of the table's tag or of an entry).
+    if (hashes.length / 8 != list.size())
+        return QStringLiteral("a message is missing from its table of messages");
     return QString();
 }
 

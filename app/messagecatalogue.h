@@ -17,8 +17,9 @@ public:
     // A catalogue larger than this is refused; the shipped one has a few kilobytes.
     static constexpr qint64 kMaxBytes = 4 * 1024 * 1024;
 
-    // Empty when every block, length and offset that a lookup can follow lies inside bytes and
-    // the catalogue names no other catalogue to load; otherwise what is wrong.
+    // Empty when every block, length and offset that a lookup can follow lies inside bytes, the
+    // messages are whole and each filed once under its own hash in the order the lookup searches,
+    // and the catalogue names no other catalogue to load; otherwise what is wrong.
     static QString defect(const QByteArray& bytes);
 
     // Finds name as QTranslator::load(name, directory) does (name + ".qm", then name, then name

@@ -283,6 +283,15 @@ const ToolFault kToolFaults[] = {
     {"SetValueLongerThanTheReadersRead", smallConf, {"set", "pastrel.receiptdoc.note", QString(2046, 'x')}, 1, unchanged},
     {"SetValueAsLongAsTheReadersRead", smallConf, {"set", "pastrel.receiptdoc.note", QString(2045, 'x')}, 0,
      [](const TempHome& h, const ToolRun&) { EXPECT_EQ(get(h, QStringLiteral("pastrel.receiptdoc.note")), QString(2045, 'x')); }},
+    {"SpoolDropAllThreeThousandJobs", [](const TempHome& h) { // each drop once rescanned the folder
+         const QString spool = h.file(QStringLiteral(".pastrel/spool/"));
+         for (int job = 0; job < 3000; ++job)
+             EXPECT_TRUE(testsupport::writeFile(spool + QStringLiteral("20260101-000000-000-%1@%2.prn")
+                                                    .arg(job, 7, 10, QLatin1Char('0'))
+                                                    .arg(job % 2 ? "%2Fdev%2Fusb%2Flp0" : "socket:%2F%2F127.0.0.1:9100"), "a ticket\n"));
+         return true; },
+     {"spool", "drop", "all"}, 0, [](const TempHome& h, const ToolRun&) {
+         EXPECT_EQ(QDir(h.file(QStringLiteral(".pastrel/spool"))).entryList({QStringLiteral("*.prn")}, QDir::Files).size(), 0); }},
     {"SetNameLongerThanTheReadersRead", smallConf, {"set", "pastrel." + QString(2045, 'n'), "v"}, 1, unchanged},
     {"SetOnAFullDisk", [](const TempHome& h) { return fullDisk(h, kSmallConf); },
      {"set", "pastrel.receiptdoc.note", QString(2000, 'x')}, 1, [](const TempHome& h, const ToolRun&) {

@@ -391,6 +391,20 @@ const Hostile kHostile[] = {
          s.file(s.in, readFile(QFile::decodeName(kReport + "input.xml")));
      },
      readFile(QFile::decodeName(kReport + "expected.prn")), "refused"},
+    {"CatalogueLabelSourceTextChanged", // one letter: that label alone would print in English
+     [](Scene& s) {
+         QByteArray qm =
+             readFile(QStringLiteral(PASTREL_BINARY_DIR "/translations/pastrel_it_IT.qm"));
+         const qsizetype at = qm.indexOf("Amount");
+         ASSERT_GT(at, 0);
+         qm[at] = char(qm.at(at) ^ 1);
+         s.file(s.home + "/qm/pastrel_it_IT.qm", qm);
+         s.config(readFile(QFile::decodeName(kReportConf))
+                      .replace("pastrel : {", "pastrel : { language : { basedir = " + s.home +
+                                                  "/qm/; file = pastrel_it_IT.qm; };"));
+         s.file(s.in, readFile(QFile::decodeName(kReport + "input.xml")));
+     },
+     readFile(QFile::decodeName(kReport + "expected.prn")), "hash does not match its source text"},
     {"MissingInput", [](Scene&) {}, "", "cannot read input"},
     {"FolderAsInput", [](Scene& s) { s.in = s.home; }, "", "cannot read input"},
     {"InputFifoWithoutWriter", // waits a few seconds for a writer, then the output stays empty
