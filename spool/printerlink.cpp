@@ -231,8 +231,19 @@ bool PrinterLink::finish() {
     if (!m_socket)
         return true; // a device node has what write() took
     // The end of the job for the printer: it reads to the end, then closes its side.
-    if (::shutdown(m_fd, SHUT_WR) != 0)
-        return fail(closedEarly(errno));
+    if (::shutdown(m_fd, SHUT_WR) != 0) {
+        // A printer that reset the connection while the last bytes were on their way leaves the
+        // socket unconnected: the reset itself, still pending on the socket, is the reason to
+        // give, whichever of the two the system noticed first.
+        int error = errno;
+        int pending = 0;
+        socklen_t size = sizeof pending;
+        if (::getsockopt(m_fd, SOL_SOCKET, SO_ERROR, &pending, &size) == 0 && pending != 0)
+            error = pending;
+        else if (error == ENOTCONN)
+            error = ECONNRESET;
+        return fail(closedEarly(error));
+    }
     QElapsedTimer sinceProgress;
     sinceProgress.start();
     int unsent = unsentBytes();
