@@ -13,6 +13,17 @@ const char* stageWords(HttpExchange::Stage stage) {
     return stage == HttpExchange::Stage::NotSent ? "the RT cannot be reached"
                                                  : "the RT's answer was lost";
 }
+
+// A document or report that got no answer: nothing printed when the request never left, an
+// unknown outcome when it did (the RT may have printed it).
+RtResult unanswered(const HttpExchange& exchange) {
+    RtResult result;
+    result.outcome = exchange.stage == HttpExchange::Stage::NotSent ? RtResult::Outcome::NotSent
+                                                                    : RtResult::Outcome::Unknown;
+    result.reason =
+        QStringLiteral("%1: %2").arg(QLatin1String(stageWords(exchange.stage)), exchange.error);
+    return result;
+}
 } // namespace
 
 QString RtPrinter::name() const {
@@ -152,14 +163,8 @@ RtResult RtPrinter::decide(const LastDocument& baseline, qint64 total, const QSt
 RtResult RtPrinter::printNonFiscal(const QVector<TextLine>& lines) {
     const HttpExchange exchange = post(
         nonFiscalRequest(m_settings.dialect, lines, m_settings.operatorId), m_settings.timeoutMs);
-    if (exchange.stage == HttpExchange::Stage::Answered)
-        return answered(exchange);
-    RtResult result;
-    result.outcome = exchange.stage == HttpExchange::Stage::NotSent ? RtResult::Outcome::NotSent
-                                                                    : RtResult::Outcome::Unknown;
-    result.reason =
-        QStringLiteral("%1: %2").arg(QLatin1String(stageWords(exchange.stage)), exchange.error);
-    return result;
+    return exchange.stage == HttpExchange::Stage::Answered ? answered(exchange)
+                                                           : unanswered(exchange);
 }
 
 RtResult RtPrinter::printReport(Report report) {
@@ -167,14 +172,8 @@ RtResult RtPrinter::printReport(Report report) {
                                                     : m_settings.timeoutMs;
     const HttpExchange exchange = post(
         reportRequest(m_settings.dialect, report, m_settings.operatorId, timeoutMs), timeoutMs);
-    if (exchange.stage == HttpExchange::Stage::Answered)
-        return answered(exchange);
-    RtResult result;
-    result.outcome = exchange.stage == HttpExchange::Stage::NotSent ? RtResult::Outcome::NotSent
-                                                                    : RtResult::Outcome::Unknown;
-    result.reason =
-        QStringLiteral("%1: %2").arg(QLatin1String(stageWords(exchange.stage)), exchange.error);
-    return result;
+    return exchange.stage == HttpExchange::Stage::Answered ? answered(exchange)
+                                                           : unanswered(exchange);
 }
 
 } // namespace fiscal
