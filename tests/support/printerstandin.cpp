@@ -1,5 +1,7 @@
 #include "printerstandin.h"
 
+#include "loopback.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -22,16 +24,7 @@ PrinterStandIn::PrinterStandIn(Mode mode, std::map<char, char> status)
 
 PrinterStandIn::PrinterStandIn(const Behaviour& behaviour, std::map<char, char> status)
     : m_behaviour(behaviour), m_status(std::move(status)) {
-    m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int small = 4096; // a printer's small buffer: one that never reads fills up soon
-    setsockopt(m_listener, SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    bind(m_listener, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
-    m_port = ntohs(address.sin_port);
+    m_listener = loopbackSocket(&m_port, 4096); // a printer's small buffer
     (void)pipe(m_stop);
 }
 

@@ -1,5 +1,7 @@
 #include "rtstandin.h"
 
+#include "loopback.h"
+
 #include <QXmlStreamReader>
 
 #include <chrono>
@@ -29,14 +31,9 @@ bool readable(int fd, int stop, int ms) {
 } // namespace
 
 RtStandIn::RtStandIn(Dialect dialect) : m_dialect(dialect) {
-    m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    bind(m_listener, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
-    m_port = ntohs(address.sin_port);
+    unsigned short port = 0;
+    m_listener = loopbackSocket(&port);
+    m_port = port;
     (void)pipe(m_stop);
     listen(m_listener, 8);
     m_acceptor = std::thread([this] { acceptLoop(); });
